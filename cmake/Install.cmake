@@ -1,0 +1,18 @@
+# Installation and the CMake package: find_package(libutility 1 CONFIG) gives
+# libutility::utility (and libutility::logging).
+set(LIBUTILITY_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/libutility)
+install(TARGETS utility utility_logging EXPORT libutilityTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+install(EXPORT libutilityTargets NAMESPACE libutility::
+        DESTINATION ${LIBUTILITY_CMAKE_DIR} COMPONENT dev)
+configure_package_config_file(cmake/libutilityConfig.cmake.in
+  ${CMAKE_BINARY_DIR}/libutilityConfig.cmake INSTALL_DESTINATION ${LIBUTILITY_CMAKE_DIR})
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/libutilityConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/libutilityConfig.cmake
+              ${CMAKE_BINARY_DIR}/libutilityConfigVersion.cmake
+        DESTINATION ${LIBUTILITY_CMAKE_DIR} COMPONENT dev)
+configure_file(cmake/libutility.pc.in ${CMAKE_BINARY_DIR}/libutility.pc @ONLY)
+install(FILES ${CMAKE_BINARY_DIR}/libutility.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

@@ -1,0 +1,1 @@
+# packaging set below

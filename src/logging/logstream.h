@@ -1,0 +1,115 @@
+/*
+ * Log streams of the logging library: one stream per level (trace and warning),
+ * written as lines.
+ *
+ *   basic_logging::logstream<basic_logging::warnlevel>::instance()
+ *       << "no handler for " << fileName << basic_logging::LoggerEndline;
+ *
+ * Each inserted piece is formatted as a std::ostream formats it (QString pieces are
+ * converted with toLatin1) and is appended under the stream's QMutex. Pieces are
+ * collected per thread and the line goes to the sink whole when LoggerEndline is
+ * inserted, so lines written from several threads never interleave.
+ *
+ * The sink is standard error unless redirected to a QIODevice, a file or a callback.
+ * The stream does not own a QIODevice handed to it; the caller keeps it alive until it
+ * redirects the stream elsewhere.
+ */
+#ifndef LIBUTILITY_LOGGING_LOGSTREAM_H
+#define LIBUTILITY_LOGGING_LOGSTREAM_H
+
+#include <libutility/logging/logging_export.h>
+
+#include <QByteArray>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QString>
+
+#include <functional>
+#include <ostream>
+#include <string>
+
+class QIODevice;
+
+namespace basic_logging {
+
+/// Level tags selecting a stream.
+struct tracelevel
+{
+    static constexpr int id = 0;
+};
+struct warnlevel
+{
+    static constexpr int id = 1;
+};
+
+/// Ends the current line of a log stream and hands it to the sink.
+struct LoggerEndlineTag
+{
+};
+inline constexpr LoggerEndlineTag LoggerEndline {};
+
+/// The level-independent part of a log stream.
+class LOGGING_EXPORT LogStreamBase
+{
+public:
+    LogStreamBase(const LogStreamBase &) = delete;
+    LogStreamBase &operator=(const LogStreamBase &) = delete;
+
+    template <class T>
+    LogStreamBase &operator<<(const T &value)
+    {
+        QMutexLocker locker(&m_mutex);
+        pending() << value;
+        return *this;
+    }
+    LogStreamBase &operator<<(const QString &value);
+    LogStreamBase &operator<<(const char *value);
+    LogStreamBase &operator<<(LoggerEndlineTag);
+
+    /// Lines go to standard error (the default).
+    void setStandardError();
+    /// Lines go to device, which must be open for writing; not owned.
+    void setDevice(QIODevice *device);
+    /// Lines are appended to the file at path; false when it cannot be opened.
+    bool setFile(const QString &path);
+    /// Each line (without its newline) is handed to callback.
+    void setCallback(std::function<void(const QByteArray &line)> callback);
+
+protected:
+    explicit LogStreamBase(int levelId);
+    ~LogStreamBase();
+    static LogStreamBase &forLevel(int levelId);
+
+private:
+    std::ostream &pending();
+
+    int m_levelId;
+    QMutex m_mutex;
+    struct Sink;
+    Sink *m_sink;
+};
+
+/// The stream of one level; obtain it with instance().
+template <class Level>
+class logstream : public LogStreamBase
+{
+public:
+    static logstream &instance() { return static_cast<logstream &>(forLevel(Level::id)); }
+
+private:
+    friend class LogStreamBase;
+    logstream()
+        : LogStreamBase(Level::id)
+    {
+    }
+};
+
+/// The warning stream, for warnings of the library's own code.
+inline logstream<warnlevel> &warning()
+{
+    return logstream<warnlevel>::instance();
+}
+
+} // namespace basic_logging
+
+#endif

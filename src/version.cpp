@@ -1,0 +1,1 @@
+// Present so that a build with no subsystem selected still links.
