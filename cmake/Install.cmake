@@ -13,6 +13,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/libutilityConfigVersion.cma
 install(FILES ${CMAKE_BINARY_DIR}/libutilityConfig.cmake
               ${CMAKE_BINARY_DIR}/libutilityConfigVersion.cmake
         DESTINATION ${LIBUTILITY_CMAKE_DIR} COMPONENT dev)
+# The .pc file finds its prefix from its own location, so the package relocates.
+file(RELATIVE_PATH LIBUTILITY_PC_TO_PREFIX ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/libutility.pc.in ${CMAKE_BINARY_DIR}/libutility.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/libutility.pc
         DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

@@ -48,16 +48,19 @@ function(utility_add_test_suite name)
     LIBUTILITY_TEST_DATA_DIR="${CMAKE_SOURCE_DIR}/tests/data/${name}"
     LIBUTILITY_SHARED_DATA_DIR="${CMAKE_SOURCE_DIR}/../shared/data")
   if(ARG_DISPLAY)
+    # One X server and window manager serve every display test: run them one at a time.
     set(labels display ${name})
     set(environment QT_QPA_PLATFORM=xcb)
+    set(lock RESOURCE_LOCK x11display)
   else()
     set(labels ${name})
     set(environment QT_QPA_PLATFORM=offscreen)
+    set(lock)
   endif()
   gtest_discover_tests(${target}
     DISCOVERY_MODE PRE_TEST
     DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS "${labels}" ENVIRONMENT "${environment}" TIMEOUT 300)
+    PROPERTIES LABELS "${labels}" ENVIRONMENT "${environment}" TIMEOUT 300 ${lock})
 endfunction()
 
 # utility_add_benchmark(<subsystem> <topic> [LIBRARIES ...]): bench/<subsystem>/<topic>_bench.cpp

@@ -1,1 +1,22 @@
-# packaging set below
+# Debian packages: libutility1 (the shared objects) and libutility-dev (headers, CMake
+# package, pkg-config file and the .so links). Made by ./dev.sh package.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_NAME libutility)
+set(CPACK_PACKAGE_VENDOR "libutility developers")
+set(CPACK_PACKAGE_CONTACT "libutility developers <libutility@localhost>")
+set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
+set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_ALL runtime dev)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libutility1)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "Ink, geometry and figure recognition library for Qt pen applications")
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME libutility-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libutility1 (= ${PROJECT_VERSION}), qtbase5-dev (>= 5.15)")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "Development files of libutility: headers, CMake package, pkg-config file")
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "${CPACK_DEBIAN_RUNTIME_DESCRIPTION}")
+set(CPACK_COMPONENT_DEV_DESCRIPTION "${CPACK_DEBIAN_DEV_DESCRIPTION}")
+include(CPack)

@@ -42,14 +42,14 @@ public:
         , m_line(line)
         , m_open(traceEnabled())
     {
-        if (m_open)
-            write("Enter ", line);
+        if (__builtin_expect(m_open, false))
+            write(m_file, m_function, "Enter ", line);
     }
 
     ~TraceScope()
     {
-        if (m_open)
-            write("Exit ", m_line);
+        if (__builtin_expect(m_open, false))
+            write(m_file, m_function, "Exit ", m_line);
     }
 
     TraceScope(const TraceScope &) = delete;
@@ -57,9 +57,9 @@ public:
 
     void exit(int line)
     {
-        if (m_open) {
+        if (__builtin_expect(m_open, false)) {
             m_open = false;
-            write("Exit ", line);
+            write(m_file, m_function, "Exit ", line);
         }
     }
 
@@ -73,20 +73,30 @@ public:
     template <class T>
     T &&leaveShowing(int line, T &&value)
     {
-        if (m_open) {
+        if (__builtin_expect(m_open, false)) {
             m_open = false;
-            logstream<tracelevel>::instance()
-                << m_file << '\t' << line << '\t' << "Exit " << m_function << '(' << value << " )"
-                << LoggerEndline;
+            writeShowing(m_file, m_function, line, value);
         }
         return std::forward<T>(value);
     }
 
 private:
-    void write(const char *what, int line) const
+    // The writers take everything by value and stay out of line, so that the object
+    // never escapes and a traced call with tracing off keeps its fast shape.
+    __attribute__((cold, noinline)) static void write(const char *file, const char *function,
+                                                      const char *what, int line)
     {
         logstream<tracelevel>::instance()
-            << m_file << '\t' << line << '\t' << what << m_function << LoggerEndline;
+            << file << '\t' << line << '\t' << what << function << LoggerEndline;
+    }
+
+    template <class T>
+    __attribute__((cold, noinline)) static void writeShowing(const char *file,
+                                                             const char *function, int line,
+                                                             const T &value)
+    {
+        logstream<tracelevel>::instance() << file << '\t' << line << '\t' << "Exit " << function
+                                          << '(' << value << " )" << LoggerEndline;
     }
 
     const char *m_file;

@@ -1,0 +1,119 @@
+#!/usr/bin/env bash
+# The one entry point of the project.
+#   ./dev.sh demo      build, then run the main job
+#   ./dev.sh test      build, then run every test (starts its own X server)
+#   ./dev.sh setup     install the missing Debian packages (cmake/debian-packages.txt)
+#   ./dev.sh build     configure and build (build/)
+#   ./dev.sh bench     Release build with benchmarks (build-release/), run them all
+#   ./dev.sh package   Release build, Debian packages into out/
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+cd "$root"
+build_dir=${LIBUTILITY_BUILD_DIR:-$root/build}
+release_dir=$root/build-release
+jobs=$(nproc 2>/dev/null || echo 2)
+
+log() { printf '==> %s\n' "$*" >&2; }
+
+setup() {
+  local wanted missing=()
+  wanted=$(grep -vE '^\s*(#|$)' cmake/debian-packages.txt)
+  for pkg in $wanted; do
+    dpkg-query -W -f='${Status}' "$pkg" 2>/dev/null | grep -q 'install ok installed' || missing+=("$pkg")
+  done
+  [ ${#missing[@]} -eq 0 ] && return 0
+  if [ "$(id -u)" -ne 0 ]; then
+    if command -v sudo >/dev/null 2>&1 && sudo -n true 2>/dev/null; then
+      log "installing with sudo: ${missing[*]}"
+      sudo apt-get update -qq && sudo DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"
+      return 0
+    fi
+    echo "dev.sh: these Debian packages are missing and installing them needs root:" >&2
+    echo "  apt-get install ${missing[*]}" >&2
+    exit 1
+  fi
+  log "installing: ${missing[*]}"
+  apt-get update -qq
+  DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+configure() { # configure <dir> <cmake args...>
+  local dir=$1; shift
+  cmake -S "$root" -B "$dir" -G Ninja "$@" >/dev/null
+}
+
+build() {
+  setup
+  configure "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo ${LIBUTILITY_CMAKE_ARGS:-}
+  log "building in $build_dir"
+  cmake --build "$build_dir" -j "$jobs"
+}
+
+# Starts Xvfb and a window manager on a free display; sets DISPLAY. Stopped on exit.
+start_display() {
+  local n=90
+  while [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ]; do n=$((n + 1)); done
+  Xvfb ":$n" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+  xvfb_pid=$!
+  for _ in $(seq 1 100); do [ -e "/tmp/.X11-unix/X$n" ] && break; sleep 0.1; done
+  export DISPLAY=":$n"
+  metacity --display="$DISPLAY" --replace >/dev/null 2>&1 &
+  wm_pid=$!
+  trap 'kill $wm_pid $xvfb_pid 2>/dev/null || true' EXIT
+  for _ in $(seq 1 50); do xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q window && break; sleep 0.1; done
+  log "X server on $DISPLAY with metacity"
+}
+
+run_tests() {
+  build
+  start_display
+  log "running tests"
+  ctest --test-dir "$build_dir" -j "$jobs" --output-on-failure --timeout 600
+}
+
+demo() {
+  build
+  local tool="$build_dir/tools/inkrecog/inkrecog"
+  if [ -x "$root/tools/demo.sh" ]; then
+    exec "$root/tools/demo.sh" "$build_dir"
+  fi
+  log "libutility $(sed -n 's/#define LIBUTILITY_VERSION_STRING "\(.*\)"/\1/p' "$build_dir/generated/libutility/version.h") built in $build_dir"
+  echo "Public headers:"
+  sed -n 's/#include <\(libutility\/.*\)>/  \1/p' "$build_dir/generated/libutility/libutility.h"
+  [ -x "$tool" ] && "$tool" --help || true
+}
+
+bench() {
+  setup
+  configure "$release_dir" -DCMAKE_BUILD_TYPE=Release -DLIBUTILITY_BUILD_BENCHMARKS=ON -DLIBUTILITY_BUILD_TESTS=OFF
+  cmake --build "$release_dir" -j "$jobs"
+  local filter=${1:-}
+  for exe in $(find "$release_dir/bench" -type f -name 'bench_*' -perm -u+x | sort); do
+    [ -n "$filter" ] && [[ "$(basename "$exe")" != *"$filter"* ]] && continue
+    log "$(basename "$exe")"
+    QT_QPA_PLATFORM=offscreen "$exe" --benchmark_counters_tabular=true
+  done
+}
+
+package() {
+  setup
+  configure "$release_dir" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DLIBUTILITY_BUILD_TESTS=OFF
+  cmake --build "$release_dir" -j "$jobs"
+  mkdir -p "$root/out"
+  (cd "$release_dir" && cpack -G DEB -B "$root/out" >/dev/null)
+  rm -rf "$root/out/_CPack_Packages"
+  ls -1 "$root"/out/*.deb
+}
+
+cmd=${1:-}
+[ $# -gt 0 ] && shift
+case "$cmd" in
+  setup) setup ;;
+  build) build ;;
+  test) run_tests ;;
+  demo) demo "$@" ;;
+  bench) bench "$@" ;;
+  package) package ;;
+  *) sed -n '2,8s/^# \{0,1\}//p' "$0"; exit 2 ;;
+esac
