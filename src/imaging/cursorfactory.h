@@ -1,0 +1,39 @@
+/*
+ * Cursors for pen tools.
+ *
+ * The pen cursor is a circle of the pen's width: a black ring inside a white ring, so
+ * it stays visible over light and dark ink, filled with the pen colour at half
+ * opacity, with a one-pixel dot at the hotspot (the centre). Widths are clamped to
+ * 1 .. 128 pixels; the cursor is never smaller than 9 pixels so a thin pen stays
+ * findable. The eraser cursor is a square of the eraser's size with the same double
+ * outline. Cursors from pixmaps clamp their hotspot into the pixmap; a null pixmap
+ * gives the arrow cursor.
+ */
+#ifndef LIBUTILITY_IMAGING_CURSORFACTORY_H
+#define LIBUTILITY_IMAGING_CURSORFACTORY_H
+
+#include <libutility/utility_export.h>
+
+#include <QColor>
+#include <QCursor>
+#include <QPixmap>
+#include <QPoint>
+
+class UTILITY_EXPORT CCursorFactory
+{
+public:
+    static constexpr int cMaxCursorSize = 128;
+
+    /// The picture of the pen cursor (width clamped as above).
+    static QPixmap penPixmap(int width, const QColor &colour);
+    static QCursor penCursor(int width, const QColor &colour);
+
+    /// The picture of the eraser cursor of side size (clamped to 4 .. 128).
+    static QPixmap eraserPixmap(int size);
+    static QCursor eraserCursor(int size);
+
+    /// A cursor from any pixmap; the hotspot is clamped into it.
+    static QCursor fromPixmap(const QPixmap &pixmap, const QPoint &hotspot);
+};
+
+#endif

@@ -1,0 +1,72 @@
+/*
+ * Loading images from raster, SVG and Windows metafile sources through one entry point.
+ *
+ * The loader looks at the content, not the file name: SVG (an XML document whose root
+ * is <svg>, possibly gzip-compressed), Windows metafiles (placeable or plain WMF
+ * headers), and everything QImageReader recognises from its content (PNG, JPEG, GIF,
+ * BMP, ...). Raster images are decoded by Qt's image plugins, SVG is rendered with Qt
+ * SVG, and WMF is converted by libwmf to SVG and rendered the same way.
+ *
+ * Size: without a requested size an image keeps its own size (SVG its default size,
+ * WMF its size at 96 dpi). With a requested size the image is scaled to fit into it,
+ * keeping its aspect ratio (Util::calcKeepAspectRect with scaling always on); the
+ * result has the fitted size, without padding.
+ *
+ * Limits, so that a hostile file cannot exhaust memory: files larger than
+ * maximumFileSize() are not read; an image whose declared or requested size exceeds
+ * maximumSize() in either direction, or maximumPixels() in area, is refused before
+ * any pixel is allocated. A raster format that does not declare its size before
+ * decoding is refused too.
+ *
+ * Failures return false, leave the output image null and set errorString() to a
+ * message naming the file and the reason.
+ */
+#ifndef LIBUTILITY_IMAGING_IMAGELOADER_H
+#define LIBUTILITY_IMAGING_IMAGELOADER_H
+
+#include <libutility/utility_export.h>
+
+#include <QByteArray>
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+#include <memory>
+
+class UTILITY_EXPORT CImageLoader
+{
+public:
+    enum EFormat { eUnknown, eRaster, eSvg, eWmf };
+
+    CImageLoader();
+    ~CImageLoader();
+    CImageLoader(const CImageLoader &) = delete;
+    CImageLoader &operator=(const CImageLoader &) = delete;
+
+    /// The format of data judged from its first bytes (eRaster: QImageReader can read it).
+    static EFormat detectFormat(const QByteArray &data);
+
+    /// Loads the file at path; see the class comment for sizes and limits.
+    bool load(const QString &path, QImage &image, const QSize &requestedSize = QSize());
+    /// Loads from memory; name is used in error messages only.
+    bool loadData(const QByteArray &data, QImage &image, const QSize &requestedSize = QSize(),
+                  const QString &name = QString());
+
+    QString errorString() const;
+
+    /// Largest width and height accepted (default 16384 × 16384).
+    QSize maximumSize() const;
+    void setMaximumSize(const QSize &size);
+    /// Largest area accepted in pixels (default 64 Mi pixels, 256 MiB as ARGB32).
+    qint64 maximumPixels() const;
+    void setMaximumPixels(qint64 pixels);
+    /// Largest file read (default 64 MiB).
+    qint64 maximumFileSize() const;
+    void setMaximumFileSize(qint64 bytes);
+
+private:
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+#endif

@@ -1,0 +1,199 @@
+// Hostile and damaged archives: every one gives a defined result, names the entry it
+// refused, still extracts the valid entries, and writes nothing outside the target.
+#include <libutility/archive/ziputil.h>
+
+#include "support/printers.h"
+#include "ziptestkit.h"
+
+#include <QRegularExpression>
+#include <QTemporaryDir>
+
+#include <gtest/gtest.h>
+
+using namespace ziptest;
+
+namespace {
+
+constexpr uint16_t cUnixMadeBy = (3 << 8) | 20;
+constexpr uint32_t cSymlinkMode = 0120777u << 16;
+
+RawEntry stored(const QByteArray &name, const QByteArray &data)
+{
+    RawEntry e;
+    e.name = name;
+    e.data = data;
+    return e;
+}
+
+RawEntry deflated(const QByteArray &name, const QByteArray &content)
+{
+    RawEntry e;
+    e.name = name;
+    e.data = rawDeflate(content);
+    e.method = 8;
+    e.crc = crc32(0, reinterpret_cast<const Bytef *>(content.constData()), uInt(content.size()));
+    e.size = content.size();
+    return e;
+}
+
+template <class F> RawEntry with(RawEntry e, F change)
+{
+    change(e);
+    return e;
+}
+
+struct Case
+{
+    const char *label;
+    std::vector<RawEntry> entries; // "ok.txt" is appended last
+    const char *refused; // appears in the error text
+    QStringList expectedTree; // of the target, besides ok.txt
+};
+
+class ZipSafety : public ::testing::Test
+{
+protected:
+    QTemporaryDir tmp;
+    QString work() const { return tmp.filePath("work"); }
+    QString out() const { return tmp.filePath("work/out"); }
+    QString zipPath() const { return tmp.filePath("bad.zip"); }
+};
+
+TEST_F(ZipSafety, MalformedArchivesAreRefusedEntryByEntry)
+{
+    const QByteArray absolute = QFile::encodeName(tmp.filePath("work/abs.txt"));
+    const QByteArray text = QByteArray("payload ").repeated(2000);
+    const Case cases[] = {
+        { "parent", { stored("../evil.txt", "x") }, "../evil.txt", {} },
+        { "absolute", { stored(absolute, "x") }, "abs.txt", {} },
+        { "nested parent", { stored("a/../../evil.txt", "x") }, "a/../../evil.txt", {} },
+        { "backslash", { stored("..\\evil.txt", "x") }, "evil.txt", {} },
+        { "drive letter", { stored("C:/evil.txt", "x") }, "C:/evil.txt", {} },
+        { "symlink then file through it",
+            { with(stored("link", ".."),
+                  [](RawEntry &e) {
+                      e.madeBy = cUnixMadeBy;
+                      e.attributes = cSymlinkMode;
+                  }),
+                stored("link/through.txt", "inside") },
+            "link", { "link", "link/through.txt" } },
+        { "stored size too large",
+            { with(stored("big.txt", "abc"), [](RawEntry &e) { e.size = 1000; }) }, "big.txt", {} },
+        { "deflated size too large",
+            { with(deflated("big.txt", text), [&](RawEntry &e) { e.size = text.size() + 10; }) },
+            "big.txt", {} },
+        { "deflated size too small",
+            { with(deflated("small.txt", text), [](RawEntry &e) { e.size = 100; }) }, "small.txt",
+            {} },
+        { "bad crc", { with(deflated("crc.txt", text), [](RawEntry &e) { e.crc = 1234; }) },
+            "crc.txt", {} },
+        { "overlapping entries",
+            { deflated("first.txt", text),
+                with(deflated("alias.txt", text), [](RawEntry &e) { e.sameDataAs = 0; }) },
+            "alias.txt", {} },
+        { "encrypted without password",
+            { with(stored("secret.txt", randomBytes(64, 5)), [](RawEntry &e) { e.flag = 1; }) },
+            "secret.txt", {} },
+        { "aes",
+            { with(stored("aes.txt", randomBytes(64, 6)),
+                [](RawEntry &e) {
+                    e.method = 99;
+                    e.flag = 1;
+                    e.extra = QByteArray::fromHex("019907000200414503"
+                                                  "0800");
+                }) },
+            "AES", {} },
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.label);
+        QDir(work()).removeRecursively();
+        std::vector<RawEntry> entries = c.entries;
+        entries.push_back(stored("ok.txt", "fine"));
+        ASSERT_TRUE(writeFile(zipPath(), buildZip(entries)));
+
+        UnZipUtil unzip;
+        EXPECT_FALSE(unzip.extractAll(zipPath(), out()));
+        EXPECT_TRUE(unzip.errorString().contains(c.refused)) << unzip.errorString().toStdString();
+        EXPECT_EQ(readFile(out() + "/ok.txt"), "fine") << "valid entries still extract";
+        QStringList expected = c.expectedTree;
+        expected << "ok.txt";
+        expected.sort();
+        EXPECT_EQ(tree(out()), expected);
+        EXPECT_EQ(tree(work()).filter(QRegularExpression("^(?!out)")), QStringList())
+            << "outside the target";
+        EXPECT_FALSE(QFileInfo(out() + "/link").isSymLink());
+
+        // The class itself stops at the first failure and reports it.
+        UnzipFile reader(zipPath());
+        EXPECT_FALSE(reader.extractAll(tmp.filePath("stop")));
+        EXPECT_FALSE(reader.errorString().isEmpty());
+    }
+}
+
+TEST_F(ZipSafety, ExistingSymlinksInTheTargetAreNotWrittenThrough)
+{
+    const QString elsewhere = tmp.filePath("elsewhere");
+    const QString victim = tmp.filePath("victim.txt");
+    ASSERT_TRUE(QDir().mkpath(elsewhere));
+    ASSERT_TRUE(writeFile(victim, "precious"));
+    ASSERT_TRUE(QDir().mkpath(out()));
+    ASSERT_TRUE(QFile::link(elsewhere, out() + "/dir"));
+    ASSERT_TRUE(QFile::link(victim, out() + "/file.txt"));
+    ASSERT_TRUE(writeFile(zipPath(),
+        buildZip({ stored("dir/new.txt", "new"), stored("file.txt", "overwrite"),
+            stored("ok.txt", "fine") })));
+
+    UnZipUtil unzip;
+    EXPECT_FALSE(unzip.extractAll(zipPath(), out()));
+    EXPECT_EQ(unzip.errors().size(), 2);
+    EXPECT_TRUE(tree(elsewhere).isEmpty());
+    EXPECT_EQ(readFile(victim), "precious");
+    EXPECT_EQ(readFile(out() + "/ok.txt"), "fine");
+}
+
+TEST_F(ZipSafety, FailedEntryKeepsTheExistingFileAndLeavesNoTemporary)
+{
+    ASSERT_TRUE(writeFile(out() + "/data.txt", "old content"));
+    ASSERT_TRUE(writeFile(zipPath(),
+        buildZip({ with(deflated("data.txt", "new content"), [](RawEntry &e) { e.crc ^= 1; }) })));
+    UnzipFile reader(zipPath());
+    EXPECT_FALSE(reader.extractCurrentFile(out()));
+    EXPECT_TRUE(reader.errorString().contains("CRC")) << reader.errorString().toStdString();
+    EXPECT_EQ(readFile(out() + "/data.txt"), "old content");
+    EXPECT_EQ(tree(out()), QStringList({ "data.txt" }));
+}
+
+TEST_F(ZipSafety, OutputIsCappedBeforeAnythingIsAllocatedOrWritten)
+{
+    const QByteArray zeros(8 << 20, '\0');
+    ASSERT_TRUE(writeFile(zipPath(),
+        buildZip({ deflated("bomb1", zeros), deflated("bomb2", zeros),
+            with(stored("liar", "tiny"), [](RawEntry &e) {
+                e.method = 8;
+                e.size = 0xfffffff0;
+            }) })));
+    ASSERT_LT(QFileInfo(zipPath()).size(), 100000);
+
+    UnzipFile reader(zipPath());
+    reader.setExtractLimit(10 << 20); // one bomb fits, two do not
+    QByteArray memory;
+    ASSERT_TRUE(reader.extractFile("bomb1", memory));
+    EXPECT_EQ(memory.size(), zeros.size());
+    EXPECT_FALSE(reader.extractFile("liar", memory));
+    EXPECT_EQ(reader.bufferSize(), zeros.size()) << "no buffer sized from the lying header";
+    EXPECT_EQ(memory.size(), zeros.size());
+
+    UnZipUtil unzip;
+    unzip.setExtractLimit(10 << 20);
+    EXPECT_FALSE(unzip.extractAll(zipPath(), out()));
+    ASSERT_EQ(unzip.errors().size(), 2) << unzip.errorString().toStdString();
+    EXPECT_TRUE(unzip.errors()[0].contains("bomb2"));
+    EXPECT_TRUE(unzip.errors()[1].contains("liar"));
+    EXPECT_EQ(tree(out()), QStringList({ "bomb1" }));
+
+    unzip.setExtractLimit(0); // no cap: both bombs extract, the liar stays refused
+    EXPECT_FALSE(unzip.extractAll(zipPath(), tmp.filePath("uncapped")));
+    EXPECT_EQ(unzip.errors().size(), 1);
+}
+
+} // namespace

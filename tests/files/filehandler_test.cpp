@@ -1,0 +1,242 @@
+#include <libutility/files/filehandler.h>
+#include <libutility/logging/logstream.h>
+#include <libutility/logging/logsystem.h>
+
+#include "support/printers.h"
+
+#include <QCoreApplication>
+#include <QFileDialog>
+#include <QTranslator>
+
+#include <gtest/gtest.h>
+
+using namespace basic_logging;
+
+namespace {
+
+// Collects the lines of one log stream while alive.
+template <class Level> class Capture
+{
+public:
+    explicit Capture(const QString &level = QStringLiteral("WARN"))
+        : m_oldLevel(CLogSystem::theRootInstance().getLevel())
+    {
+        CLogSystem::theRootInstance().setLevel(level);
+        logstream<Level>::instance().setCallback(
+            [this](const QByteArray &line) { lines.append(QString::fromLatin1(line).trimmed()); });
+    }
+    ~Capture()
+    {
+        logstream<Level>::instance().setStandardError();
+        CLogSystem::theRootInstance().setLevel(m_oldLevel);
+    }
+    QStringList lines;
+
+private:
+    QString m_oldLevel;
+};
+
+// Records the file names it was called with; reports its own deletion.
+struct Calls
+{
+    QStringList files;
+    int deleted = 0;
+};
+
+class Recorder : public IFunctorP1R<const QString &, bool>
+{
+public:
+    explicit Recorder(Calls *calls, bool result = true)
+        : m_calls(calls)
+        , m_result(result)
+    { }
+    ~Recorder() override { ++m_calls->deleted; }
+    bool operator()(const QString &file) override
+    {
+        m_calls->files.append(file);
+        return m_result;
+    }
+
+private:
+    Calls *m_calls;
+    bool m_result;
+};
+
+// Images group (members PNG and JPEG) followed by a plain Text handler.
+struct Registry
+{
+    Calls png, jpeg, text;
+    QVector<CFileHandler *> list;
+    CFileHandlerGroup *images = nullptr;
+
+    explicit Registry(CFileHandler::EGroupListingMethod method = CFileHandler::eGroupAndMembers)
+    {
+        images = new CFileHandlerGroup(QStringLiteral("Images"), method, nullptr);
+        images->addHandler(
+            new CFileHandlerSingle("PNG image", ".png", new Recorder(&png), nullptr));
+        images->m_handlers.append(
+            new CFileHandlerSingle("JPEG image", ".jpg .jpeg", new Recorder(&jpeg), nullptr));
+        list << images << new CFileHandlerSingle("Text", ".txt", new Recorder(&text), nullptr);
+    }
+    ~Registry() { CFileHandler::destroy(list); }
+    CFileHandler *handler(const char *name) { return CFileHandler::getHandlerByName(list, name); }
+};
+
+} // namespace
+
+TEST(FileHandlerFilter, BuildsEntriesExactly)
+{
+    struct Case
+    {
+        const char *name;
+        const char *suffixes;
+        const char *filter;
+        QStringList list;
+    } cases[] = {
+        { "PNG image", ".png", "PNG image (*.png)", { ".png" } },
+        { "JPEG image", ".jpg .jpeg", "JPEG image (*.jpg *.jpeg)", { ".jpg", ".jpeg" } },
+        // Two blanks keep an empty suffix, shown as a lone "*".
+        { "Any", ".a  .b", "Any (*.a * *.b)", { ".a", "", ".b" } },
+        { "  Padded  ", ".x", "Padded   (*.x)", { ".x" } },
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        CFileHandlerSingle handler(c.name, c.suffixes, nullptr, nullptr);
+        EXPECT_EQ(handler.getFilter(), QString(c.filter));
+        EXPECT_EQ(handler.getSuffixes(), c.list);
+        EXPECT_EQ(handler.getSuffix(), c.list.join(QString()));
+        EXPECT_FALSE(handler.exec("x.png")) << "no functor";
+    }
+}
+
+TEST(FileHandlerFilter, ListsGroupsByMethod)
+{
+    EXPECT_EQ(CFileHandler::filtersToString({}), QString());
+    Registry members;
+    EXPECT_EQ(CFileHandler::filtersToString(members.list),
+        QString("Images (*.png *.jpg *.jpeg);;PNG image (*.png);;JPEG image (*.jpg *.jpeg);;"
+                "Text (*.txt)"));
+    EXPECT_EQ(members.images->getSuffix(), QString());
+    Registry only(CFileHandler::eGroupOnly);
+    EXPECT_EQ(CFileHandler::filtersToString(only.list),
+        QString("Images (*.png *.jpg *.jpeg);;Text (*.txt)"));
+}
+
+TEST(FileHandlerFilter, TranslatesNameInItsContext)
+{
+    struct Upper : QTranslator
+    {
+        QString translate(const char *context, const char *source, const char *, int) const override
+        {
+            return QString(context) == "Formats" ? QString(source).toUpper() : QString();
+        }
+    } translator;
+    QCoreApplication::installTranslator(&translator);
+    CFileHandlerSingle translated("Png image", ".png", nullptr, "Formats");
+    CFileHandlerSingle plain("Png image", ".png", nullptr, nullptr);
+    CFileHandlerGroup group("Pictures", CFileHandler::eGroupOnly, "Formats");
+    group.addHandler(new CFileHandlerSingle("Gif", ".gif", nullptr, nullptr));
+    EXPECT_EQ(translated.getFilter(), QString("PNG IMAGE (*.png)"));
+    EXPECT_EQ(plain.getFilter(), QString("Png image (*.png)"));
+    EXPECT_EQ(group.getFilter(), QString("PICTURES (*.gif)"));
+    QCoreApplication::removeTranslator(&translator);
+}
+
+TEST(FileHandlerLookup, FindsBySuffixNameAndFile)
+{
+    Registry r;
+    CFileHandler *png = r.handler("png IMAGE");
+    CFileHandler *jpeg = r.handler("JPEG image");
+    ASSERT_NE(png, nullptr);
+    EXPECT_EQ(r.handler("Images"), nullptr) << "a group's own name is not compared";
+    EXPECT_EQ(CFileHandler::getHandlerForSuffix(r.list, ".PNG"), png);
+    EXPECT_EQ(CFileHandler::getHandlerForSuffix(r.list, "png"), nullptr) << "the dot belongs to it";
+
+    struct Case
+    {
+        const char *file;
+        CFileHandler *expected;
+    } cases[] = { { "IMAGE.PNG", png }, { "photo.Jpeg", jpeg }, { "a.tar.jpg", jpeg },
+        { "a.jpg.gz", nullptr }, { "trailing.", nullptr } };
+    for (const Case &c : cases)
+        EXPECT_EQ(CFileHandler::getHandlerForFile(r.list, c.file), c.expected) << c.file;
+}
+
+TEST(FileHandlerLookup, WarnsWordForWord)
+{
+    Registry r;
+    Capture<warnlevel> warnings;
+    EXPECT_EQ(CFileHandler::getHandlerForFile(r.list, "README"), nullptr);
+    EXPECT_FALSE(CFileHandler::exec(r.list, "README"));
+    EXPECT_EQ(
+        CFileHandler::getHandlerForFilter(r.list, "Images (*.png *.jpg)"), r.handler("PNG image"));
+    EXPECT_EQ(CFileHandler::getHandlerForFilter(r.list, "JPEG image (*.jpg *.jpeg)"),
+        r.handler("JPEG image"));
+    EXPECT_EQ(warnings.lines,
+        QStringList({ "Cannot identify file extension from: README",
+            "Cannot identify file extension from: README",
+            "More than one filter present. There are actually: 2",
+            "More than one filter present. There are actually: 2" }));
+    warnings.lines.clear();
+    EXPECT_EQ(CFileHandler::getHandlerForFilter(r.list, "Text (*.txt)"), r.handler("Text"));
+    EXPECT_TRUE(warnings.lines.isEmpty());
+}
+
+TEST(FileHandlerExec, RunsTheMatchingFunctorAndOwnsIt)
+{
+    Calls ownCalls;
+    {
+        Registry r;
+        EXPECT_TRUE(CFileHandler::exec(r.list, "/tmp/x.JPG"));
+        EXPECT_TRUE(r.images->exec("y.png"));
+        EXPECT_FALSE(r.images->exec("z.txt")) << "the group asks its members only";
+        EXPECT_FALSE(CFileHandler::exec(r.list, "png"));
+        EXPECT_TRUE(r.images->exec("png")) << "in a group a name without a dot is its own suffix";
+        EXPECT_EQ(r.jpeg.files, QStringList("/tmp/x.JPG"));
+        EXPECT_EQ(r.png.files, QStringList({ "y.png", "png" }));
+        EXPECT_TRUE(r.text.files.isEmpty());
+
+        CFileHandlerSingle failing("F", ".f", new Recorder(&ownCalls, false), nullptr);
+        EXPECT_FALSE(failing.exec("a.f"));
+        CFileHandlerSingle lambda(
+            "L", ".l", makeFileFunctor([](const QString &f) { return f == "a.l"; }));
+        EXPECT_TRUE(lambda.exec("a.l"));
+
+        CFileHandler::destroy(r.list);
+        EXPECT_TRUE(r.list.isEmpty());
+        EXPECT_EQ(r.png.deleted + r.jpeg.deleted + r.text.deleted, 3) << "group deletes members";
+    }
+    EXPECT_EQ(ownCalls.deleted, 1);
+}
+
+TEST(FileHandlerTrace, WritesEnterAndExitUnderFileName)
+{
+    Registry r;
+    Capture<tracelevel> trace(QStringLiteral("TRACE"));
+    CFileHandler::getHandlerForFile(r.list, "README");
+    ASSERT_EQ(trace.lines.size(), 2);
+    EXPECT_TRUE(trace.lines[0].startsWith("filehandler\t")) << trace.lines[0].toStdString();
+    EXPECT_TRUE(trace.lines[0].endsWith("\tEnter getHandlerForFile"));
+    EXPECT_TRUE(trace.lines[1].endsWith("\tExit getHandlerForFile"));
+    EXPECT_NE(trace.lines[0].section('\t', 1, 1), trace.lines[1].section('\t', 1, 1))
+        << "the exit line carries the line of the return taken";
+}
+
+// A real (non-native) file dialog takes our filter list and hands back entries that
+// map to the right handlers.
+TEST(FileHandlerDialog, AcceptsFilterStrings)
+{
+    Registry r;
+    const QString filters = CFileHandler::filtersToString(r.list);
+    QFileDialog dialog;
+    dialog.setOption(QFileDialog::DontUseNativeDialog);
+    dialog.setNameFilter(filters);
+    EXPECT_EQ(dialog.nameFilters(), filters.split(";;"));
+    const char *expected[] = { "PNG image", "PNG image", "JPEG image", "Text" };
+    for (int i = 0; i < dialog.nameFilters().size(); ++i) {
+        dialog.selectNameFilter(dialog.nameFilters().at(i));
+        EXPECT_EQ(CFileHandler::getHandlerForFilter(r.list, dialog.selectedNameFilter()),
+            r.handler(expected[i]))
+            << i;
+    }
+}
