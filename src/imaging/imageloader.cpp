@@ -12,7 +12,7 @@
 
 #include <cmath>
 
-struct CImageLoader::Private
+struct UTILITY_NO_EXPORT CImageLoader::Private
 {
     QString error;
     QSize maximumSize { 16384, 16384 };
