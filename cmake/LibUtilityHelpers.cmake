@@ -47,13 +47,13 @@ function(utility_add_test_suite name)
   target_compile_definitions(${target} PRIVATE
     LIBUTILITY_TEST_DATA_DIR="${CMAKE_SOURCE_DIR}/tests/data/${name}"
     LIBUTILITY_SHARED_DATA_DIR="${CMAKE_SOURCE_DIR}/../shared/data")
+  # One label only: gtest_discover_tests splits list-valued properties.
+  set(labels ${name})
   if(ARG_DISPLAY)
     # One X server and window manager serve every display test: run them one at a time.
-    set(labels display ${name})
     set(environment QT_QPA_PLATFORM=xcb)
     set(lock RESOURCE_LOCK x11display)
   else()
-    set(labels ${name})
     set(environment QT_QPA_PLATFORM=offscreen)
     set(lock)
   endif()

@@ -1,0 +1,126 @@
+// classifyScribble on real ink (per scribble, with median and 99th percentile) and on
+// one long stroke, against a plain pass over the same points as the baseline.
+#include <libutility/recognition/figurerecogniser.h>
+
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include <benchmark/benchmark.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+#include <random>
+
+namespace {
+
+using Strokes = QVector<QVector<QPointF>>;
+
+QVector<Strokes> loadSet(const char *name)
+{
+    QVector<Strokes> samples;
+    QFile f(QStringLiteral(LIBUTILITY_SHARED_DATA_DIR "/scribbles/") + name);
+    if (!f.open(QIODevice::ReadOnly))
+        return samples;
+    while (!f.atEnd()) {
+        Strokes strokes;
+        const QJsonObject o = QJsonDocument::fromJson(f.readLine()).object();
+        for (const QJsonValue &s : o.value("strokes").toArray()) {
+            QVector<QPointF> stroke;
+            for (const QJsonValue &p : s.toArray())
+                stroke << QPointF(p.toArray()[0].toDouble(), p.toArray()[1].toDouble());
+            strokes << stroke;
+        }
+        samples << strokes;
+    }
+    return samples;
+}
+
+void classifySet(benchmark::State &state, const char *name)
+{
+    static QMap<QString, QVector<Strokes>> cache;
+    if (!cache.contains(name))
+        cache.insert(name, loadSet(name));
+    const QVector<Strokes> &samples = cache[name];
+    if (samples.isEmpty()) {
+        state.SkipWithError("scribble data not found");
+        return;
+    }
+    std::vector<double> micros;
+    micros.reserve(samples.size());
+    for (auto _ : state) {
+        micros.clear();
+        for (const Strokes &strokes : samples) {
+            const auto start = std::chrono::steady_clock::now();
+            QRectF rect;
+            QVector<QPointF> result;
+            benchmark::DoNotOptimize(
+                CFigureRecogniser::classifyScribble(strokes, rect, result, 6, true));
+            micros.push_back(
+                std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start)
+                    .count());
+        }
+    }
+    std::sort(micros.begin(), micros.end());
+    state.counters["median_us"] = micros[micros.size() / 2];
+    state.counters["p99_us"] = micros[micros.size() * 99 / 100];
+    state.SetItemsProcessed(state.iterations() * samples.size());
+}
+
+void BM_ClassifyUnistrokeSet(benchmark::State &state) { classifySet(state, "unistroke.jsonl"); }
+BENCHMARK(BM_ClassifyUnistrokeSet)->Unit(benchmark::kMillisecond);
+
+void BM_ClassifyMultistrokeSet(benchmark::State &state)
+{
+    classifySet(state, "multistroke-stylus.jsonl");
+}
+BENCHMARK(BM_ClassifyMultistrokeSet)->Unit(benchmark::kMillisecond);
+
+// A closed, noisy circle of n points spaced about one unit apart.
+QVector<QPointF> longStroke(int n)
+{
+    std::mt19937 rng(11);
+    std::uniform_real_distribution<double> jitter(-0.5, 0.5);
+    const double radius = n / (2.0 * 3.14159265358979323846);
+    QVector<QPointF> points;
+    points.reserve(n);
+    for (int i = 0; i < n; ++i) {
+        const double a = 2.0 * 3.14159265358979323846 * i / (n - 1);
+        points << QPointF(radius * std::cos(a) + jitter(rng), radius * std::sin(a) + jitter(rng));
+    }
+    return points;
+}
+
+void BM_ClassifyLongStroke(benchmark::State &state)
+{
+    const Strokes strokes = { longStroke(int(state.range(0))) };
+    for (auto _ : state) {
+        QRectF rect;
+        QVector<QPointF> result;
+        benchmark::DoNotOptimize(
+            CFigureRecogniser::classifyScribble(strokes, rect, result, 6, true));
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_ClassifyLongStroke)->RangeMultiplier(10)->Range(1000, 100000);
+
+// Baseline: one pass over the same points measuring the stroke's length.
+void BM_PlainPassLongStroke(benchmark::State &state)
+{
+    const QVector<QPointF> points = longStroke(int(state.range(0)));
+    for (auto _ : state) {
+        double length = 0.0;
+        for (int i = 1; i < points.size(); ++i)
+            length
+                += std::hypot(points[i].x() - points[i - 1].x(), points[i].y() - points[i - 1].y());
+        benchmark::DoNotOptimize(length);
+    }
+    state.SetItemsProcessed(state.iterations() * state.range(0));
+}
+BENCHMARK(BM_PlainPassLongStroke)->RangeMultiplier(10)->Range(1000, 100000);
+
+} // namespace
+
+BENCHMARK_MAIN();

@@ -1,0 +1,488 @@
+// Open-stroke analysis and stroke joining; the rules are written down in openstroke.h.
+#include <libutility/recognition/openstroke.h>
+
+#include <libutility/geometry/geometry.h>
+#include <libutility/geometry/strokeutil.h>
+#include <libutility/logging/trace.h>
+#include <libutility/recognition/figurerecogniser.h>
+
+#include <QLineF>
+
+#include <algorithm>
+#include <cmath>
+
+namespace CFigureRecogniser {
+
+namespace {
+
+// A crossing may leave at most this share of a stroke's length as an overshooting tail
+// for the crossing to count as "at an end" of that stroke.
+const double kTailShare = 0.15;
+// Largest gap between two ends, as a share of the shorter stroke, that nearConnect joins.
+const double kNearGapShare = 0.15;
+// Largest gap, as a share of the shorter stroke, of a corner drawn in two strokes.
+const double kSpecialEdgeGapShare = 0.3;
+// Straight-line test: summed deviation allowed, as a share of the stroke's length.
+const double kStraightDeviationShare = 0.15;
+// The cosine window of a bent corner (legs at about 11 to 75 degrees).
+const double kBentCosMin = 0.25;
+const double kBentCosMax = 0.98;
+// Two-line figures: lengthening of each line for the touch test, least angle between
+// the lines, least length of the shorter line against the longer.
+const double kTouchExtension = 0.25;
+const double kCrossAngleMin = 30.0;
+const double kCrossLengthShare = 0.25;
+
+bool isFinite(const QPointF &p) { return std::isfinite(p.x()) && std::isfinite(p.y()); }
+
+bool allFinite(const QVector<QPointF> &points)
+{
+    return std::all_of(points.cbegin(), points.cend(), isFinite);
+}
+
+// Arc length from the first point to each point.
+QVector<double> cumulativeLengths(const QVector<QPointF> &points)
+{
+    QVector<double> cum(points.size(), 0.0);
+    for (int i = 1; i < points.size(); ++i)
+        cum[i] = cum[i - 1] + Util::getDistance(points[i - 1], points[i]);
+    return cum;
+}
+
+// Inclusive overlap: segment boxes of horizontal or vertical segments have no width or
+// no height, which QRectF::intersects() would treat as empty.
+bool boxesOverlap(const QRectF &a, const QRectF &b)
+{
+    return a.left() <= b.right() && b.left() <= a.right() && a.top() <= b.bottom()
+        && b.top() <= a.bottom();
+}
+
+QRectF boundsOf(const QVector<QPointF> &points)
+{
+    double minX = points.first().x(), maxX = minX;
+    double minY = points.first().y(), maxY = minY;
+    for (const QPointF &p : points) {
+        minX = std::min(minX, p.x());
+        maxX = std::max(maxX, p.x());
+        minY = std::min(minY, p.y());
+        maxY = std::max(maxY, p.y());
+    }
+    return QRectF(minX, minY, maxX - minX, maxY - minY);
+}
+
+// The direction's angle against (1, 0), turned so that it points rightwards: a line
+// drawn from right to left is as horizontal as one drawn from left to right.
+double rightwardAngle(QPointF chord)
+{
+    if (chord.x() < 0.0)
+        chord = -chord;
+    double angle = calcAngle(QPointF(1.0, 0.0), chord);
+    if (angle > 180.0)
+        angle -= 360.0;
+    return angle;
+}
+
+bool isStraightCategory(int category) { return category == cLINE || category == cHORIZONTAL_LINE; }
+
+bool isBentCorner(const QPointF &leg1, const QPointF &leg2)
+{
+    const double c = Util::getCos(leg1, leg2);
+    return c > kBentCosMin && c < kBentCosMax;
+}
+
+// Where two strokes cross: the segment index and arc position on each.
+struct Crossing
+{
+    QPointF point;
+    int baseSegment;
+    int otherSegment;
+    double basePos;
+    double otherPos;
+};
+
+QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPointF> &other)
+{
+    QVector<Crossing> crossings;
+    QVector<QRectF> baseBoxes, otherBoxes;
+    getAllSegmentRect(base, baseBoxes);
+    getAllSegmentRect(other, otherBoxes);
+    const QRectF baseBounds = boundsOf(base);
+    const QRectF otherBounds = boundsOf(other);
+    if (!boxesOverlap(baseBounds, otherBounds))
+        return crossings;
+
+    // Only segments that reach into the other stroke's bounds can cross it.
+    QVector<int> candidates;
+    for (int j = 0; j < otherBoxes.size(); ++j) {
+        if (boxesOverlap(otherBoxes[j], baseBounds))
+            candidates.append(j);
+    }
+    const QVector<double> baseCum = cumulativeLengths(base);
+    const QVector<double> otherCum = cumulativeLengths(other);
+    for (int i = 0; i < baseBoxes.size(); ++i) {
+        if (!boxesOverlap(baseBoxes[i], otherBounds))
+            continue;
+        for (int j : candidates) {
+            if (!boxesOverlap(baseBoxes[i], otherBoxes[j]))
+                continue;
+            QPointF x;
+            if (!Util::intersectLineSegments(base[i], base[i + 1], other[j], other[j + 1], &x))
+                continue;
+            crossings.append({ x, i, j, baseCum[i] + Util::getDistance(base[i], x),
+                otherCum[j] + Util::getDistance(other[j], x) });
+        }
+    }
+    return crossings;
+}
+
+void appendPoint(QVector<QPointF> &out, const QPointF &p)
+{
+    if (out.isEmpty() || out.last() != p)
+        out.append(p);
+}
+
+// The part of a stroke between two crossings on it (null: the stroke's own end), in
+// drawing order.
+QVector<QPointF> cutStroke(const QVector<QPointF> &points, const QPointF *fromPoint,
+    int fromSegment, const QPointF *toPoint, int toSegment)
+{
+    QVector<QPointF> out;
+    int first = 0;
+    int last = points.size() - 1;
+    if (fromPoint) {
+        appendPoint(out, *fromPoint);
+        first = fromSegment + 1;
+    }
+    if (toPoint)
+        last = toSegment;
+    for (int k = first; k <= last; ++k)
+        appendPoint(out, points[k]);
+    if (toPoint)
+        appendPoint(out, *toPoint);
+    return out;
+}
+
+QVector<QPointF> reversed(QVector<QPointF> points)
+{
+    std::reverse(points.begin(), points.end());
+    return points;
+}
+
+void appendAll(QVector<QPointF> &out, const QVector<QPointF> &points)
+{
+    for (const QPointF &p : points)
+        appendPoint(out, p);
+}
+
+enum EndKind { eNotAtEnd, eAtStart, eAtEnd };
+
+EndKind endOf(double pos, double length)
+{
+    if (pos <= kTailShare * length)
+        return eAtStart;
+    if (length - pos <= kTailShare * length)
+        return eAtEnd;
+    return eNotAtEnd;
+}
+
+// Where along the line (0 at p1, 1 at p2) the point's foot lies.
+double lineParameter(const QLineF &line, const QPointF &p)
+{
+    const QPointF d = line.p2() - line.p1();
+    return Util::getInnerProduct(p - line.p1(), d) / Util::getInnerProduct(d, d);
+}
+
+// Two lines that do not cross touch when one stops short of the inside of the other:
+// lengthened at both ends they cross, away from the ends of at least one of them.
+bool touchesInside(const QLineF &line1, const QLineF &line2)
+{
+    auto lengthened = [](const QLineF &line, QPointF &from, QPointF &to) {
+        const QPointF step = (line.p2() - line.p1()) * kTouchExtension;
+        from = line.p1() - step;
+        to = line.p2() + step;
+    };
+    QPointF a1, a2, b1, b2, x;
+    lengthened(line1, a1, a2);
+    lengthened(line2, b1, b2);
+    if (!Util::intersectLineSegments(a1, a2, b1, b2, &x))
+        return false;
+    auto inside = [](double t) { return t > kTailShare && t < 1.0 - kTailShare; };
+    return inside(lineParameter(line1, x)) || inside(lineParameter(line2, x));
+}
+
+} // namespace
+
+bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes)
+{
+    TRACE_FUNCTION("figurerecogniser", "makeConnectedStroke");
+    for (int i = 0; i < strokes.size(); ++i) {
+        if (i >= 2)
+            return TRACE_RETURN(false);
+        for (int j = strokes.size() - 1; j > i; --j) {
+            if (intersectConnect(strokes[i], strokes[j]) == 2
+                || nearConnect(strokes[i], strokes[j]))
+                strokes.remove(j);
+        }
+    }
+    return TRACE_RETURN(true);
+}
+
+int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
+{
+    TRACE_FUNCTION("figurerecogniser", "intersectConnect");
+    if (base.size() < 2 || other.size() < 2 || !allFinite(base) || !allFinite(other))
+        return TRACE_RETURN(0);
+    const QVector<Crossing> crossings = findCrossings(base, other);
+    if (crossings.isEmpty())
+        return TRACE_RETURN(0);
+
+    const double baseLength = Util::calcStrokeLength(base);
+    const double otherLength = Util::calcStrokeLength(other);
+    // The joint nearest to each end of base among the crossings at an end of both strokes.
+    const Crossing *atBaseEnd = nullptr;
+    const Crossing *atBaseStart = nullptr;
+    EndKind otherAtBaseEnd = eNotAtEnd, otherAtBaseStart = eNotAtEnd;
+    for (const Crossing &c : crossings) {
+        const EndKind onOther = endOf(c.otherPos, otherLength);
+        if (onOther == eNotAtEnd)
+            continue;
+        switch (endOf(c.basePos, baseLength)) {
+        case eAtEnd:
+            if (!atBaseEnd || c.basePos > atBaseEnd->basePos) {
+                atBaseEnd = &c;
+                otherAtBaseEnd = onOther;
+            }
+            break;
+        case eAtStart:
+            if (!atBaseStart || c.basePos < atBaseStart->basePos) {
+                atBaseStart = &c;
+                otherAtBaseStart = onOther;
+            }
+            break;
+        case eNotAtEnd:
+            break;
+        }
+    }
+    if (!atBaseEnd && !atBaseStart)
+        return TRACE_RETURN(1);
+    // A second joint closes the figure only through the other end of other.
+    if (atBaseEnd && atBaseStart && otherAtBaseEnd == otherAtBaseStart) {
+        if (baseLength - atBaseEnd->basePos <= atBaseStart->basePos)
+            atBaseStart = nullptr;
+        else
+            atBaseEnd = nullptr;
+    }
+
+    QVector<QPointF> baseKept = cutStroke(base, atBaseStart ? &atBaseStart->point : nullptr,
+        atBaseStart ? atBaseStart->baseSegment : 0, atBaseEnd ? &atBaseEnd->point : nullptr,
+        atBaseEnd ? atBaseEnd->baseSegment : 0);
+    // The other stroke runs from its joint at base's end to its joint at base's start.
+    const Crossing *otherFrom = atBaseEnd;
+    const Crossing *otherTo = atBaseStart;
+    const EndKind fromEnd
+        = atBaseEnd ? otherAtBaseEnd : (otherAtBaseStart == eAtStart ? eAtEnd : eAtStart);
+    // Cut other in its own drawing order, then turn it so that it leaves the joint at
+    // base's end (or enters the joint at base's start).
+    const Crossing *lowCut = fromEnd == eAtStart ? otherFrom : otherTo;
+    const Crossing *highCut = fromEnd == eAtStart ? otherTo : otherFrom;
+    QVector<QPointF> otherKept
+        = cutStroke(other, lowCut ? &lowCut->point : nullptr, lowCut ? lowCut->otherSegment : 0,
+            highCut ? &highCut->point : nullptr, highCut ? highCut->otherSegment : 0);
+    if (fromEnd == eAtEnd)
+        otherKept = reversed(otherKept);
+
+    QVector<QPointF> joined;
+    if (atBaseEnd) {
+        appendAll(joined, baseKept);
+        appendAll(joined, otherKept);
+    } else {
+        appendAll(joined, otherKept);
+        appendAll(joined, baseKept);
+    }
+    if (joined.size() < 2)
+        return TRACE_RETURN(1);
+    base = joined;
+    return TRACE_RETURN(2);
+}
+
+bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
+{
+    TRACE_FUNCTION("figurerecogniser", "nearConnect");
+    if (base.isEmpty() || other.isEmpty() || !allFinite(base) || !allFinite(other))
+        return TRACE_RETURN(false);
+    const double shorter = std::min(Util::calcStrokeLength(base), Util::calcStrokeLength(other));
+    if (Util::isVirtuallyZero(shorter))
+        return TRACE_RETURN(false);
+
+    // The four ways the two strokes can meet; on equal gaps the earlier one wins.
+    struct Joint
+    {
+        bool atBaseEnd;
+        bool atOtherStart;
+        double gap;
+    };
+    const Joint joints[] = {
+        { true, true, Util::getDistance(base.last(), other.first()) },
+        { true, false, Util::getDistance(base.last(), other.last()) },
+        { false, false, Util::getDistance(base.first(), other.last()) },
+        { false, true, Util::getDistance(base.first(), other.first()) },
+    };
+    const Joint *best = std::min_element(std::begin(joints), std::end(joints),
+        [](const Joint &a, const Joint &b) { return a.gap < b.gap; });
+    if (!(best->gap <= kNearGapShare * shorter))
+        return TRACE_RETURN(false);
+
+    QVector<QPointF> joined;
+    if (best->atBaseEnd) {
+        joined = base;
+        appendAll(joined, best->atOtherStart ? other : reversed(other));
+    } else {
+        joined = best->atOtherStart ? reversed(other) : other;
+        appendAll(joined, base);
+    }
+    base = joined;
+    return TRACE_RETURN(true);
+}
+
+int check1OpenStroke(const QVector<QPointF> &stroke, QRectF &rect)
+{
+    TRACE_FUNCTION("figurerecogniser", "check1OpenStroke");
+    const int n = stroke.size();
+    if (n < 2 || !allFinite(stroke))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+
+    if (n == 3) {
+        const QPointF v1 = Util::getVectorDiff(stroke[0], stroke[1]);
+        const QPointF v2 = Util::getVectorDiff(stroke[2], stroke[1]);
+        if (isBentCorner(v1, v2)) {
+            rect = boundsOf(stroke);
+            const double leg1 = Util::getVectorSize(v1);
+            const double leg2 = Util::getVectorSize(v2);
+            if (std::max(leg1, leg2) <= 2.0 * std::min(leg1, leg2))
+                return TRACE_RETURN(cBENT_LINE);
+            // Walk the corner from the short leg into the long one, whichever way it was
+            // drawn; a counter-clockwise turn on the screen is the usual check mark.
+            const QPointF into = leg1 < leg2 ? -v1 : -v2;
+            const QPointF out = leg1 < leg2 ? v2 : v1;
+            return TRACE_RETURN(
+                Util::vectorLeftOrRight(into, out) < 0 ? cUNEQUAL_BEND_A : cUNEQUAL_BEND_B);
+        }
+    } else if (n == 4) {
+        const double outer1 = Util::getDistance(stroke[0], stroke[1]);
+        const double middle = Util::getDistance(stroke[1], stroke[2]);
+        const double outer2 = Util::getDistance(stroke[2], stroke[3]);
+        const QPointF leg1 = Util::getVectorDiff(stroke[0], stroke[1]);
+        const QPointF leg2 = Util::getVectorDiff(stroke[3], stroke[2]);
+        // Neither corner is sharp, and both outer legs leave the middle leg towards the
+        // same side (a Z has them on opposite sides).
+        if (middle > 2.0 * outer1 && middle > 2.0 * outer2
+            && Util::getCos(leg1, Util::getVectorDiff(stroke[2], stroke[1])) < kBentCosMin
+            && Util::getCos(leg2, Util::getVectorDiff(stroke[1], stroke[2])) < kBentCosMin
+            && Util::getCos(leg1, leg2) > kBentCosMin) {
+            rect = QRectF(stroke[1], stroke[2]);
+            return TRACE_RETURN(cTHREE_SEGMENT_LINE);
+        }
+    }
+
+    // The straight-line test, also the fallback of the corner tests above.
+    const double length = Util::calcStrokeLength(stroke);
+    double deviation = 0.0;
+    for (int k = 1; k < n - 1; ++k)
+        deviation
+            += Util::calcDistanceToLineSegment(stroke.first(), stroke.last(), stroke[k], nullptr);
+    // A dot has no direction: it is no line.
+    if (!(length > 0.0) || !std::isfinite(length) || Util::isVirtuallyZero(length)
+        || !(deviation <= kStraightDeviationShare * length))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+    const QPointF chord = Util::getVectorDiff(stroke.last(), stroke.first());
+    if (Util::isVirtuallyZero(chord.x()) && Util::isVirtuallyZero(chord.y()))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+    rect = QRectF(stroke.first(), stroke.last());
+    return TRACE_RETURN(isHorizontal(rightwardAngle(chord), 10.0) ? cHORIZONTAL_LINE : cLINE);
+}
+
+int checkOpenStroke(const QVector<QPointF> &first, const QVector<QPointF> &second, QRectF &rect)
+{
+    TRACE_FUNCTION("figurerecogniser", "checkOpenStroke");
+    QRectF scratch;
+    if (!isStraightCategory(check1OpenStroke(first, scratch)))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+    if (!isStraightCategory(check1OpenStroke(second, scratch)))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+
+    const QLineF line1(first.first(), first.last());
+    const QLineF line2(second.first(), second.last());
+    const double length1 = line1.length();
+    const double length2 = line2.length();
+    if (std::min(length1, length2) < kCrossLengthShare * std::max(length1, length2))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+    // Lines that meet at an end of each form a corner: that is for the joining to handle.
+    QVector<QPointF> joined = first;
+    const int meeting = intersectConnect(joined, second);
+    if (meeting == 2 || (meeting == 0 && !touchesInside(line1, line2)))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+
+    double between = calcAngle(line1.p2() - line1.p1(), line2.p2() - line2.p1());
+    if (between > 180.0)
+        between = 360.0 - between;
+    between = std::min(between, 180.0 - between);
+    if (isHorizontal(between, kCrossAngleMin))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+
+    rect = boundsOf({ line1.p1(), line1.p2(), line2.p1(), line2.p2() });
+    return TRACE_RETURN(cTWO_STROKE_FIGURE);
+}
+
+int checkBranchStroke(const QVector<QPointF> &first, const QVector<QPointF> &second, int firstIndex,
+    int secondIndex, QRectF &rect)
+{
+    TRACE_FUNCTION("figurerecogniser", "checkBranchStroke");
+    const int lastFirst = first.size() - 1;
+    const int lastSecond = second.size() - 1;
+    if (lastFirst < 1 || lastSecond < 1 || (firstIndex != 0 && firstIndex != lastFirst)
+        || (secondIndex != 0 && secondIndex != lastSecond))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+    QRectF scratch;
+    if (!isStraightCategory(check1OpenStroke(first, scratch))
+        || !isStraightCategory(check1OpenStroke(second, scratch)))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+
+    const QPointF corner = (first[firstIndex] + second[secondIndex]) * 0.5;
+    const QPointF end1 = first[firstIndex == 0 ? lastFirst : 0];
+    const QPointF end2 = second[secondIndex == 0 ? lastSecond : 0];
+    if (!isBentCorner(Util::getVectorDiff(end1, corner), Util::getVectorDiff(end2, corner)))
+        return TRACE_RETURN(cHANDWRITE_DATA);
+    rect = boundsOf({ end1, corner, end2 });
+    return TRACE_RETURN(cBENT_LINE);
+}
+
+int checkConnectSpecialEdge(const QVector<QPointF> &first, const QVector<QPointF> &second,
+    int &firstIndex, int &secondIndex)
+{
+    TRACE_FUNCTION("figurerecogniser", "checkConnectSpecialEdge");
+    if (first.size() < 2 || second.size() < 2 || !allFinite(first) || !allFinite(second))
+        return TRACE_RETURN(0);
+    const double shorter = std::min(Util::calcStrokeLength(first), Util::calcStrokeLength(second));
+    if (Util::isVirtuallyZero(shorter))
+        return TRACE_RETURN(0);
+
+    int bestFirst = -1, bestSecond = -1;
+    double bestGap = 0.0;
+    for (int i : { first.size() - 1, 0 }) {
+        for (int j : { 0, second.size() - 1 }) {
+            const double gap = Util::getDistance(first[i], second[j]);
+            if (bestFirst < 0 || gap < bestGap) {
+                bestFirst = i;
+                bestSecond = j;
+                bestGap = gap;
+            }
+        }
+    }
+    if (!(bestGap <= kSpecialEdgeGapShare * shorter))
+        return TRACE_RETURN(0);
+    firstIndex = bestFirst;
+    secondIndex = bestSecond;
+    return TRACE_RETURN(1);
+}
+
+} // namespace CFigureRecogniser

@@ -1,0 +1,406 @@
+#include <libutility/logging/logstream.h>
+#include <libutility/logging/logsystem.h>
+#include <libutility/recognition/figurerecogniser.h>
+
+#include "support/printers.h"
+
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <random>
+
+using namespace CFigureRecogniser;
+
+namespace {
+
+using Stroke = QVector<QPointF>;
+using Strokes = QVector<Stroke>;
+
+const double kPi = 3.14159265358979323846;
+
+// A closed polyline through the corners, sampled every 2 units, with jitter of up to
+// `noise` units from a fixed seed.
+Stroke drawClosed(const QVector<QPointF> &corners, double noise = 0.8, unsigned seed = 7)
+{
+    std::mt19937 rng(seed);
+    std::uniform_real_distribution<double> jitter(-noise, noise);
+    Stroke stroke;
+    for (int i = 0; i < corners.size(); ++i) {
+        const QPointF a = corners[i];
+        const QPointF b = corners[(i + 1) % corners.size()];
+        const int steps = std::max(1, int(std::hypot(b.x() - a.x(), b.y() - a.y()) / 2.0));
+        for (int k = 0; k < steps; ++k) {
+            const QPointF p = a + (b - a) * (double(k) / steps);
+            stroke << p + QPointF(jitter(rng), jitter(rng));
+        }
+    }
+    stroke << corners.first();
+    return stroke;
+}
+
+QVector<QPointF> regular(int n, double radius, double startDegrees = -90.0, int step = 1)
+{
+    QVector<QPointF> corners;
+    for (int i = 0; i < n; ++i) {
+        const double a = (startDegrees + 360.0 * step * i / n) * kPi / 180.0;
+        corners << QPointF(200 + radius * std::cos(a), 200 + radius * std::sin(a));
+    }
+    return corners;
+}
+
+Stroke circle(double radius, int samples = 120)
+{
+    Stroke s;
+    for (int i = 0; i <= samples; ++i) {
+        const double a = 2 * kPi * i / samples;
+        s << QPointF(200 + radius * std::cos(a), 200 + radius * std::sin(a));
+    }
+    return s;
+}
+
+bool isAxisParallel(const QPointF &a, const QPointF &b)
+{
+    return std::fabs(a.x() - b.x()) < 1e-6 || std::fabs(a.y() - b.y()) < 1e-6;
+}
+
+} // namespace
+
+TEST(FigurePredicates, StrictBoundsAndSymmetry)
+{
+    struct Case
+    {
+        const char *what;
+        bool got;
+        bool expected;
+    } cases[] = {
+        { "horizontal at +tol", isHorizontal(10.0, 10.0), false },
+        { "horizontal at -tol", isHorizontal(-10.0, 10.0), false },
+        { "horizontal inside", isHorizontal(9.999, 10.0), true },
+        { "180 is not horizontal", isHorizontal(180.0, 10.0), false },
+        { "vertical at 80", isVertical(80.0, 10.0), false },
+        { "vertical at 100", isVertical(100.0, 10.0), false },
+        { "vertical at 95", isVertical(95.0, 10.0), true },
+        { "zero tolerance horizontal", isHorizontal(0.0, 0.0), false },
+        { "zero tolerance vertical", isVertical(90.0, 0.0), false },
+        { "sides 10 / 8", areSidesAlmostSameLength(10.0, 8.0), false },
+        { "sides 10 / 8.1", areSidesAlmostSameLength(10.0, 8.1), true },
+        { "sides 8.1 / 10", areSidesAlmostSameLength(8.1, 10.0), true },
+        { "sides 0 / 0", areSidesAlmostSameLength(0.0, 0.0), false },
+    };
+    for (const Case &c : cases)
+        EXPECT_EQ(c.got, c.expected) << c.what;
+    EXPECT_EQ(THRESHOLD_ANGLE, 10.0);
+    EXPECT_EQ(cHANDWRITE_DATA, 0);
+}
+
+TEST(FigureRecogniserHelpers, RectBoundOfEmptyListIsInverted)
+{
+    const QRectF r = getStrokeRectBound({});
+    EXPECT_EQ(r.x(), 3.4028234663852886e38);
+    EXPECT_EQ(r.y(), 3.4028234663852886e38);
+    EXPECT_EQ(r.width(), -6.805646932770577e38);
+    EXPECT_EQ(r.height(), -6.805646932770577e38);
+
+    QVector<QRectF> rects;
+    getAllSegmentRect({ QPointF(5, 5), QPointF(1, 9), QPointF(4, 2) }, rects);
+    ASSERT_EQ(rects.size(), 2);
+    EXPECT_EQ(rects[0], QRectF(1, 5, 4, 4));
+    EXPECT_EQ(rects[1], QRectF(1, 2, 3, 7));
+    getAllSegmentRect({ QPointF(5, 5) }, rects);
+    EXPECT_TRUE(rects.isEmpty());
+}
+
+TEST(ConnectOneStroke, ClosesOnlyStrictlyInsideATenth)
+{
+    // A U of length 100 whose ends are exactly 10 apart: not closed.
+    Stroke u = { QPointF(0, 0), QPointF(0, 45), QPointF(10, 45), QPointF(10, 0) };
+    const Stroke before = u;
+    EXPECT_FALSE(connect1Stroke(u));
+    EXPECT_EQ(u, before);
+
+    Stroke narrower = { QPointF(0, 0), QPointF(0, 45), QPointF(9.9, 45), QPointF(9.9, 0) };
+    EXPECT_TRUE(connect1Stroke(narrower));
+    EXPECT_EQ(narrower.first(), QPointF(4.95, 0));
+    EXPECT_EQ(narrower.last(), QPointF(4.95, 0));
+}
+
+TEST(ClosedFigureTests, DirectionAndSelfIntersection)
+{
+    const Stroke square
+        = { QPointF(0, 0), QPointF(10, 0), QPointF(10, 10), QPointF(0, 10), QPointF(0, 0) };
+    const Stroke collinear = { QPointF(0, 0), QPointF(5, 0), QPointF(10, 0), QPointF(10, 10),
+        QPointF(0, 10), QPointF(0, 0) };
+    const Stroke arrowhead
+        = { QPointF(0, 0), QPointF(10, 5), QPointF(0, 10), QPointF(3, 5), QPointF(0, 0) };
+    const Stroke bowtie
+        = { QPointF(0, 0), QPointF(10, 10), QPointF(10, 0), QPointF(0, 10), QPointF(0, 0) };
+    EXPECT_TRUE(checkVectorDirection(square));
+    EXPECT_FALSE(checkVectorDirection(collinear)) << "a turn of 0 is not convex";
+    EXPECT_FALSE(checkVectorDirection(arrowhead));
+    EXPECT_FALSE(hasSelfIntersection(square));
+    EXPECT_TRUE(hasSelfIntersection(bowtie));
+    EXPECT_FALSE(checkVectorDirection({ QPointF(0, 0), QPointF(1, 1) }));
+}
+
+TEST(ClosedFigureTests, PentagramIsTheOnlySelfCrossingPolygon)
+{
+    QVector<QPointF> star = regular(5, 100, -90, 2);
+    star << star.first();
+    QVector<QPointF> copy = star;
+    EXPECT_EQ(classifyCloseFigure(copy, 6, false), cPOLYGON);
+    EXPECT_EQ(copy, star) << "no normalising unless asked";
+
+    // A self-crossing hexagram drawn as one convex-turning stroke is rejected.
+    QVector<QPointF> hexagram;
+    for (int i = 0; i < 6; ++i) {
+        const double a = (-90.0 + 360.0 * 5 * i / 12.0) * kPi / 180.0; // 150-degree steps
+        hexagram << QPointF(200 + 100 * std::cos(a), 200 + 100 * std::sin(a));
+    }
+    hexagram << hexagram.first();
+    if (checkVectorDirection(hexagram)) {
+        EXPECT_EQ(classifyCloseFigure(hexagram, 6, false), cHANDWRITE_DATA);
+    }
+}
+
+TEST(CornerReduction, RemoveExtraPointOnlyOnSixOrSevenPoints)
+{
+    // A rectangle with a point in the middle of its top edge and one at the closing
+    // corner that is not a corner: 7 points, two of them straight.
+    Stroke seven = { QPointF(50, 0), QPointF(100, 0), QPointF(100, 60), QPointF(50, 60),
+        QPointF(0, 60), QPointF(0, 0), QPointF(50, 0) };
+    removeExtraPoint(seven);
+    ASSERT_EQ(seven.size(), 5);
+    EXPECT_EQ(seven.first(), seven.last());
+    for (const QPointF &p : seven)
+        EXPECT_NE(p.x(), 50.0) << "straight points are erased";
+
+    Stroke five = { QPointF(0, 0), QPointF(5, 0), QPointF(10, 0), QPointF(0, 10), QPointF(0, 0) };
+    const Stroke before = five;
+    removeExtraPoint(five);
+    EXPECT_EQ(five, before);
+}
+
+TEST(CornerReduction, AnglesAreUnsignedAndNullSafe)
+{
+    EXPECT_NEAR(calcAngle(QPointF(1, 0), QPointF(0, 1)), 90.0, 1e-12);
+    EXPECT_NEAR(calcAngle(QPointF(1, 0), QPointF(0, -1)), 90.0, 1e-12);
+    EXPECT_NEAR(calcAngle180(QPointF(1, 0), QPointF(-1, 1e-12)), 180.0, 1e-6);
+    EXPECT_EQ(calcAngle(QPointF(0, 0), QPointF(1, 0)), 0.0);
+    // Parallel vectors whose cosine rounds above 1 still give a number.
+    EXPECT_FALSE(std::isnan(calcAngle(QPointF(0.1, 0.3), QPointF(0.1, 0.3) * 3.0)));
+}
+
+struct FigureCase
+{
+    const char *name;
+    Stroke stroke;
+    int cornerLimit;
+    int category;
+    int corners; // for polygons
+};
+
+class SyntheticFigures : public ::testing::TestWithParam<FigureCase>
+{
+};
+
+TEST_P(SyntheticFigures, CategoryCornersAndRect)
+{
+    const FigureCase &c = GetParam();
+    for (bool normalize : { false, true }) {
+        QRectF rect;
+        QVector<QPointF> result = { QPointF(-1, -1) };
+        const int got = classifyScribble({ c.stroke }, rect, result, c.cornerLimit, normalize);
+        ASSERT_EQ(got, c.category) << c.name << " normalize " << normalize;
+        if (got != cPOLYGON) {
+            EXPECT_EQ(result, QVector<QPointF>({ QPointF(-1, -1) })) << "result untouched";
+            continue;
+        }
+        ASSERT_EQ(result.size(), c.corners) << c.name;
+        EXPECT_NE(result.first(), result.last()) << "the start is not repeated";
+        for (const QPointF &p : result) {
+            EXPECT_GE(p.x(), rect.left() - 1e-9);
+            EXPECT_LE(p.x(), rect.right() + 1e-9);
+            EXPECT_GE(p.y(), rect.top() - 1e-9);
+            EXPECT_LE(p.y(), rect.bottom() + 1e-9);
+        }
+        EXPECT_NEAR(rect.width(), getStrokeRectBound(result).width(), 1e-9);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(OneStroke, SyntheticFigures,
+    ::testing::Values(FigureCase { "triangle", drawClosed(regular(3, 100)), 6, 102, 3 },
+        FigureCase { "square",
+            drawClosed({ { 100, 100 }, { 300, 100 }, { 300, 300 }, { 100, 300 } }), 6, 102, 4 },
+        FigureCase { "rectangle",
+            drawClosed({ { 100, 100 }, { 400, 100 }, { 400, 250 }, { 100, 250 } }), 6, 102, 4 },
+        FigureCase { "square at limit 3",
+            drawClosed({ { 100, 100 }, { 300, 100 }, { 300, 300 }, { 100, 300 } }), 3, 101, 0 },
+        FigureCase { "pentagon", drawClosed(regular(5, 120)), 6, 102, 5 },
+        FigureCase { "hexagon", drawClosed(regular(6, 120, 0)), 6, 102, 6 },
+        FigureCase { "one-stroke star", drawClosed(regular(5, 120, -90, 2)), 6, 102, 5 },
+        FigureCase { "heptagon above the limit", drawClosed(regular(7, 150)), 6, 101, 0 },
+        FigureCase { "heptagon within the limit", drawClosed(regular(7, 150)), 8, 102, 7 },
+        FigureCase { "circle", circle(100), 6, 101, 0 },
+        FigureCase { "arrowhead (concave)",
+            drawClosed({ { 100, 100 }, { 300, 200 }, { 100, 300 }, { 170, 200 } }), 6, 0, 0 },
+        FigureCase { "closed L (concave)",
+            drawClosed({ { 100, 100 }, { 160, 100 }, { 160, 240 }, { 300, 240 }, { 300, 300 },
+                { 100, 300 } }),
+            6, 0, 0 },
+        FigureCase { "bow tie (self-crossing, four corners)",
+            drawClosed({ { 100, 100 }, { 300, 300 }, { 300, 100 }, { 100, 300 } }), 6, 0, 0 }),
+    [](const ::testing::TestParamInfo<FigureCase> &info) { return std::to_string(info.index); });
+
+TEST(ClassifyScribble, BadInputGivesHandwritingAndLeavesOutputsAlone)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    const Stroke square = drawClosed({ { 100, 100 }, { 300, 100 }, { 300, 300 }, { 100, 300 } });
+    Stroke withNan = square;
+    withNan[10].setX(nan);
+    Stroke withInf = square;
+    withInf[3].setY(-inf);
+    Stroke huge = square;
+    for (QPointF &p : huge)
+        p *= 1e200;
+    const struct
+    {
+        const char *what;
+        Strokes strokes;
+    } cases[] = {
+        { "no stroke", {} },
+        { "empty stroke", { Stroke() } },
+        { "one-point stroke", { Stroke { QPointF(3, 4) } } },
+        { "empty stroke beside a square", { square, Stroke() } },
+        { "NaN", { withNan } },
+        { "infinity", { withInf } },
+        { "huge coordinates", { huge } },
+    };
+    for (const auto &c : cases) {
+        QRectF rect;
+        QVector<QPointF> result = { QPointF(1, 2) };
+        Strokes prepared = { Stroke { QPointF(7, 7) } };
+        EXPECT_EQ(classifyScribble(c.strokes, rect, result, 6, true, &prepared), cHANDWRITE_DATA)
+            << c.what;
+        EXPECT_EQ(result.size(), 1) << c.what;
+        EXPECT_EQ(prepared.size(), 1) << c.what;
+    }
+
+    // Large but finite drawings are classified like small ones.
+    Stroke big = square;
+    for (QPointF &p : big)
+        p = p * 1e6;
+    QRectF rect;
+    QVector<QPointF> result;
+    EXPECT_EQ(classifyScribble({ big }, rect, result, 6, true), cPOLYGON);
+}
+
+TEST(ClassifyScribble, PreparedStrokesAndInputUntouched)
+{
+    const Strokes strokes = { drawClosed(regular(3, 100)) };
+    const Strokes copy = strokes;
+    QRectF rect;
+    QVector<QPointF> result;
+    Strokes prepared;
+    ASSERT_EQ(classifyScribble(strokes, rect, result, 6, true, &prepared), cPOLYGON);
+    EXPECT_EQ(strokes, copy);
+    ASSERT_EQ(prepared.size(), 1);
+    EXPECT_LT(prepared[0].size(), strokes[0].size()) << "prepared strokes are smoothed";
+}
+
+TEST(ClassifyScribble, ExitTraceLineCarriesTheCategory)
+{
+    QStringList lines;
+    const QString oldLevel = CLogSystem::theRootInstance().getLevel();
+    CLogSystem::theRootInstance().setLevel("TRACE");
+    basic_logging::logstream<basic_logging::tracelevel>::instance().setCallback(
+        [&lines](const QByteArray &line) { lines << QString::fromLatin1(line); });
+    QRectF rect;
+    QVector<QPointF> result;
+    classifyScribble({ drawClosed(regular(3, 100)) }, rect, result, 6, true);
+    basic_logging::logstream<basic_logging::tracelevel>::instance().setStandardError();
+    CLogSystem::theRootInstance().setLevel(oldLevel);
+
+    ASSERT_FALSE(lines.isEmpty());
+    EXPECT_TRUE(lines.first().startsWith("figurerecogniser\t")) << lines.first().toStdString();
+    EXPECT_TRUE(lines.first().endsWith("\tEnter classifyScribble")) << lines.first().toStdString();
+    EXPECT_TRUE(lines.last().endsWith("\tExit classifyScribble(102 )"))
+        << lines.last().toStdString();
+}
+
+// ---- Shape normalisers --------------------------------------------------------------
+
+TEST(ShapeNormalisers, RoughSquareSnapsToAxisAlignedSquare)
+{
+    QVector<QPointF> quad = { { 100, 103 }, { 207, 98 }, { 203, 205 }, { 97, 199 }, { 100, 103 } };
+    normalizeQuadrangle(quad);
+    ASSERT_EQ(quad.size(), 5);
+    EXPECT_EQ(quad.first(), quad.last());
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_TRUE(isAxisParallel(quad[i], quad[i + 1])) << i;
+        EXPECT_NEAR(std::hypot(quad[i + 1].x() - quad[i].x(), quad[i + 1].y() - quad[i].y()),
+            std::hypot(quad[1].x() - quad[0].x(), quad[1].y() - quad[0].y()), 1e-9);
+    }
+}
+
+TEST(ShapeNormalisers, RectangleStaysARectangleNotASquare)
+{
+    QVector<QPointF> quad
+        = { { 100, 100 }, { 302, 104 }, { 298, 201 }, { 101, 198 }, { 100, 100 } };
+    normalizeQuadrangle(quad);
+    EXPECT_NEAR(quad[1].x() - quad[0].x(), 199.5, 0.1);
+    EXPECT_NEAR(quad[2].y() - quad[1].y(), 97.5, 0.1);
+    EXPECT_DOUBLE_EQ(quad[0].y(), quad[1].y());
+}
+
+TEST(ShapeNormalisers, RoughRightTriangleGetsAxisParallelLegs)
+{
+    QVector<QPointF> tri = { { 100, 100 }, { 103, 250 }, { 260, 246 }, { 100, 100 } };
+    normalizeTriangle(tri);
+    ASSERT_EQ(tri.size(), 4);
+    EXPECT_EQ(tri.first(), tri.last());
+    EXPECT_DOUBLE_EQ(tri[0].x(), tri[1].x());
+    EXPECT_DOUBLE_EQ(tri[1].y(), tri[2].y());
+}
+
+TEST(ShapeNormalisers, RegularFormsAndShapesNearNoForm)
+{
+    QVector<QPointF> pentagon = regular(5, 100, -84);
+    pentagon[2] += QPointF(3, -2);
+    pentagon << pentagon.first();
+    normalizePentagon(pentagon);
+    // The rotation by 6 degrees is undone: the top corner points straight up.
+    EXPECT_NEAR(pentagon[0].x(), 200.0 + 0.6, 1.0);
+    for (int i = 0; i < 5; ++i)
+        EXPECT_NEAR(std::hypot(pentagon[i].x() - pentagon[i + 1].x(),
+                        pentagon[i].y() - pentagon[i + 1].y()),
+            std::hypot(pentagon[0].x() - pentagon[1].x(), pentagon[0].y() - pentagon[1].y()), 1e-9);
+
+    const struct
+    {
+        const char *what;
+        QVector<QPointF> points;
+        void (*normalise)(QVector<QPointF> &);
+    } untouched[] = {
+        { "scalene triangle", { { 0, 0 }, { 200, 0 }, { 150, 60 }, { 0, 0 } }, normalizeTriangle },
+        { "irregular quadrangle", { { 0, 0 }, { 200, 20 }, { 150, 140 }, { 30, 90 }, { 0, 0 } },
+            normalizeQuadrangle },
+        { "lopsided hexagon",
+            [] {
+                QVector<QPointF> h = regular(6, 100, 0);
+                h[1] *= 1.3;
+                h << h.first();
+                return h;
+            }(),
+            normalizeHexagon },
+        { "wrong corner count", { { 0, 0 }, { 10, 0 }, { 0, 10 }, { 0, 0 } }, normalizeQuadrangle },
+    };
+    for (const auto &c : untouched) {
+        QVector<QPointF> points = c.points;
+        c.normalise(points);
+        EXPECT_EQ(points, c.points) << c.what;
+    }
+}

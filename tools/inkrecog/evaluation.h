@@ -1,0 +1,60 @@
+// Running the recogniser over labelled samples and scoring the answers against the
+// table of what a good recogniser should say for each label.
+#ifndef INKRECOG_EVALUATION_H
+#define INKRECOG_EVALUATION_H
+
+#include "scribbleset.h"
+
+#include <QRectF>
+#include <QTextStream>
+
+struct Settings
+{
+    int cornerLimit = 6;
+    bool normalize = true;
+};
+
+struct Outcome
+{
+    int category = 0;
+    int corners = 0; // for polygons
+    QRectF rect;
+    QVector<QPointF> result;
+};
+
+// What a label should give. NotScored labels are reported but never counted.
+enum class Expect {
+    Polygon, // 102 with `corners` corners
+    ClosedCurve, // 101
+    BentLine, // 114
+    Check, // 203/204 when the long leg is over twice the short one, else 114
+    Bracket, // 115
+    HorizontalLine, // 205
+    TwoStrokeFigure, // 206
+    Handwriting, // 0
+    NotScored,
+};
+
+struct Expectation
+{
+    Expect kind = Expect::NotScored;
+    int corners = 0;
+};
+
+Expectation expectationFor(const QString &label);
+QString describe(const Expectation &expectation);
+
+Outcome recognise(const Sample &sample, const Settings &settings);
+bool matches(const Sample &sample, const Expectation &expectation, const Outcome &outcome);
+// The recogniser's closure test on the raw ink: one stroke whose ends lie closer than a
+// tenth of its length.
+bool endsMeet(const Sample &sample);
+// "0", "101", "102/4" ...
+QString answerKey(const Outcome &outcome);
+
+// Classifies every sample and prints the per-label table; returns the outcomes in
+// sample order.
+QVector<Outcome> printSummary(
+    QTextStream &out, const QVector<Sample> &samples, const Settings &settings);
+
+#endif
