@@ -1,0 +1,61 @@
+// Decoding QPoint records with binaryRead, against one istream::read of the same
+// bytes (the limit: a plain copy). The "x_read" counter is our time over the limit's,
+// both measured in the same iteration.
+#include "membuf.h"
+
+#include <libutility/ink/binaryread.h>
+
+#include <QPoint>
+
+#include <benchmark/benchmark.h>
+
+#include <istream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+static std::string encodedPoints(std::size_t n)
+{
+    std::ostringstream out;
+    for (std::size_t i = 0; i < n; ++i)
+        binaryWrite(out, QPoint(static_cast<int>(i), -static_cast<int>(i)));
+    return out.str();
+}
+
+static void BM_DecodePoints(benchmark::State &state)
+{
+    const std::size_t n = static_cast<std::size_t>(state.range(0));
+    std::string bytes = encodedPoints(n);
+    std::vector<QPoint> points(n);
+    std::vector<char> raw(bytes.size());
+    MemBuf buf;
+    double ours = 0, limit = 0;
+    for (auto _ : state) {
+        limit += timed([&] {
+            buf.readFrom(&bytes[0], bytes.size());
+            std::istream in(&buf);
+            in.read(raw.data(), static_cast<std::streamsize>(raw.size()));
+            benchmark::DoNotOptimize(raw.data());
+        });
+        const double t = timed([&] {
+            buf.readFrom(&bytes[0], bytes.size());
+            std::istream in(&buf);
+            for (QPoint &p : points)
+                binaryRead(in, p);
+            benchmark::DoNotOptimize(points.data());
+        });
+        ours += t;
+        state.SetIterationTime(t);
+    }
+    if (points.back() != QPoint(static_cast<int>(n - 1), -static_cast<int>(n - 1)))
+        state.SkipWithError("decoded the wrong points");
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * n));
+    state.counters["x_read"] = ours / limit;
+}
+BENCHMARK(BM_DecodePoints)
+    ->Arg(100000)
+    ->Arg(10000000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+
+BENCHMARK_MAIN();

@@ -1,0 +1,123 @@
+/*
+ * The ink binary format: binaryRead decodes one value from a stream, binaryWrite
+ * encodes one. Strokes and scribbles are stored with these (CStroke::readFrom,
+ * CScribble::readFrom and their writeTo), and applications keep their other values in
+ * the same files.
+ *
+ * Every multi-byte value is little-endian whatever the host, integers are two's
+ * complement and counts unsigned:
+ *
+ *   signed char, char, unsigned char   1 byte
+ *   bool                               1 byte, true when not 0
+ *   short, unsigned short              2 bytes, low byte first
+ *   int, unsigned int                  4 bytes (two 16-bit words, low word first)
+ *   long long, unsigned long long      8 bytes (two 32-bit words, low word first)
+ *   long                               8 bytes; the reader keeps the low 32 bits as a
+ *                                      signed 32-bit value (01 00 00 00 00 00 00 80 is
+ *                                      1, FF FF FF FF 00 00 00 00 is -1), so only
+ *                                      values in the 32-bit range survive a round trip
+ *   float, double                      IEEE-754 bit pattern, 4 or 8 bytes
+ *   QPoint, QSize                      int x (width), int y (height)
+ *   QPointF                            float x, float y: single precision on the wire
+ *   CNRect                             int left, top, right, bottom, with right and
+ *                                      bottom the exclusive edges
+ *   QColor                             4 bytes red, green, blue and a fourth byte;
+ *                                      FF FF FF FF is transparent white, anything else
+ *                                      an opaque colour (the fourth byte is ignored)
+ *   std::string, QString               unsigned int byte count n, then n bytes;
+ *                                      QString bytes are 8-bit (Latin-1) text
+ *   QDateTime                          eight 16-bit words: year, month, day of week
+ *                                      (ignored by the reader), day, hour, minute,
+ *                                      second, millisecond
+ *
+ * So a stroke is an int count followed by that many QPoint records, and a scribble
+ * an int stroke count followed by its strokes.
+ *
+ * Reading checks nothing and reports nothing. Bytes come from the stream as
+ * std::istream::read delivers them: at the end of the stream, or once the stream has
+ * failed, the reader gets no bytes and the stream's eofbit and failbit are set as
+ * istream::read sets them (gcount() is not maintained). A one-byte value is then
+ * left unchanged; a wider value is assembled from the bytes that did arrive with zeros
+ * in place of the missing ones. Callers that need validation check the stream
+ * afterwards. A string count is trusted as it stands: a huge count allocates a huge,
+ * zero-filled buffer before the read.
+ *
+ * Writing produces exactly these layouts. What the format cannot carry:
+ *   - long: all 64 bits are written, but readers keep only the low 32 bits;
+ *   - QPointF: coordinates are narrowed to float;
+ *   - QColor: a colour with alpha 0, or an invalid colour, is written as FF FF FF FF
+ *     (read back as transparent white); any other colour as red, green, blue and a
+ *     zero byte (read back opaque);
+ *   - QString: characters outside Latin-1 are written as '?';
+ *   - QDateTime: the date and time fields as they stand (no time zone conversion).
+ * A std::string longer than 4 GiB - 1 bytes cannot be counted in the format: the
+ * writer then writes nothing and sets failbit on the stream. Otherwise writers report
+ * through the stream state only, like std::ostream::write.
+ *
+ * At the trace level every overload writes its entry and exit lines under
+ * "binaryread"; the exit line of a reader shows the value read.
+ */
+#ifndef LIBUTILITY_INK_BINARYREAD_H
+#define LIBUTILITY_INK_BINARYREAD_H
+
+#include <libutility/utility_export.h>
+
+#include <iosfwd>
+#include <string>
+
+class CNRect;
+class QColor;
+class QDateTime;
+class QPoint;
+class QPointF;
+class QSize;
+class QString;
+
+UTILITY_EXPORT void binaryRead(std::istream &in, signed char &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, char &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, unsigned char &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, bool &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, unsigned short &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, short &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, unsigned int &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, int &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, long long &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, unsigned long long &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, long &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, float &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, double &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, QPoint &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, QSize &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, QPointF &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, CNRect &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, QColor &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, std::string &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, QString &value);
+UTILITY_EXPORT void binaryRead(std::istream &in, QDateTime &value);
+
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const signed char &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const char &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const unsigned char &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const bool &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const unsigned short &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const short &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const unsigned int &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const int &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const long long &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const unsigned long long &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const long &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const float &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const double &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const QPoint &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const QSize &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const QPointF &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const CNRect &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const QColor &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const std::string &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const QString &value);
+UTILITY_EXPORT void binaryWrite(std::ostream &out, const QDateTime &value);
+/// Pointers have no stored form; this also stops a string literal from being
+/// written as a bool.
+template <class T> void binaryWrite(std::ostream &out, T *value) = delete;
+
+#endif

@@ -1,0 +1,31 @@
+/*
+ * CException: an error object carrying a message and an error code, for
+ * applications that report failures by throwing. The library itself never throws it;
+ * its own operations report through return values.
+ *
+ * It is a plain value (no base class, nothing virtual): catch it by type.
+ *
+ *   throw CException(QObject::tr("cannot open %1").arg(path), 2);
+ */
+#ifndef LIBUTILITY_INK_EXCEPTION_H
+#define LIBUTILITY_INK_EXCEPTION_H
+
+#include <libutility/utility_export.h>
+
+#include <QString>
+
+class UTILITY_EXPORT CException
+{
+public:
+    CException(const QString &message, int errorCode);
+
+    /// A copy of the message.
+    QString message() const;
+    int errorCode() const;
+
+private:
+    QString m_message;
+    int m_errorCode;
+};
+
+#endif

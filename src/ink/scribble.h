@@ -1,0 +1,107 @@
+/*
+ * CScribble: an ink drawing, the strokes of one scribble in drawing order, with a
+ * lazily cached bounding rectangle of the whole.
+ *
+ * The bound is merged from the strokes' own cached bounds, so recomputing it only
+ * touches the points of strokes whose own cache is stale. Every stroke counts,
+ * including an empty one, whose bound is CNRect(0, 0, 0, 0): a drawing holding an
+ * empty stroke has a bound reaching to the origin. That is the defined behaviour.
+ *
+ * Who invalidates the cache: the editing operations below say so where they do.
+ * addStroke(const CStroke &) deliberately does not (callers that append in a loop
+ * call invalidateCache() once themselves); the non-const getStrokeAt() does, since
+ * the caller may change the stroke through the reference.
+ *
+ * Stroke indexes are not checked against getStrokeNum(). Nothing reports errors.
+ *
+ * Stream form (readFrom / writeTo, see binaryread.h): int32 stroke count, then each
+ * stroke as CStroke stores it. Nothing else is stored.
+ */
+#ifndef LIBUTILITY_INK_SCRIBBLE_H
+#define LIBUTILITY_INK_SCRIBBLE_H
+
+#include <libutility/ink/nrect.h>
+#include <libutility/ink/stroke.h>
+#include <libutility/utility_export.h>
+
+#include <QPoint>
+#include <QSize>
+
+#include <iosfwd>
+#include <vector>
+
+class UTILITY_EXPORT CScribble
+{
+public:
+    /// No strokes, bound CNRect(0, 0, 0, 0) (valid).
+    CScribble();
+    /// Copies the strokes (their points stay shared until changed), the bound and both
+    /// flags.
+    CScribble(const CScribble &other);
+    CScribble &operator=(const CScribble &other);
+    virtual ~CScribble();
+
+    /// False for null, true for this object; otherwise true when both hold the same
+    /// number of strokes and stroke i equals stroke i (CStroke::equals) for every i.
+    virtual bool equals(const CScribble *other) const;
+
+    long getStrokeNum() const { return static_cast<long>(m_strokes.size()); }
+    const CStroke &getStrokeAt(long i) const { return m_strokes[static_cast<size_t>(i)]; }
+    /// Invalidates the bound, then hands out the stroke for changing.
+    CStroke &getStrokeAt(long i);
+
+    void invalidateCache() { m_rectBoundValid = false; }
+
+    /// Appends a copy of s. Leaves the cached bound alone (see the class comment).
+    void addStroke(const CStroke &s);
+    /// Appends n empty strokes and invalidates the bound; n <= 0 does nothing.
+    void addStroke(long n);
+    /// Removes the strokes from through to, both included.
+    void removeStroke(int from, int to);
+    /// Keeps only the strokes from through to, both included. When to is not below
+    /// getStrokeNum() nothing at all changes, not even the cache.
+    void extract(long from, long to);
+    /// Appends copies of all of other's strokes.
+    void merge(const CScribble &other);
+
+    /// Recomputes the bound from the strokes' bounds.
+    void updateRectBound() const;
+    /// The bound, recomputed first if stale.
+    const CNRect &getRectBound() const;
+
+    /// Moves every stroke by offset.
+    void move(const QSize &offset);
+    /// Adds d to both x and y of every point: a single offset moves the drawing
+    /// diagonally. The bound is recomputed at once.
+    void shiftPoints(int d);
+    /// Scales the drawing about the centre M of its bound and moves M to center. Each
+    /// stroke is scaled about its own centre c and placed at center + trunc((c - M) *
+    /// scale), so the result can differ by rounding from scaling every point about M.
+    void setPos(const QPoint &center, double scaleX, double scaleY);
+    /// Fits the drawing into rect (scales as CStroke::setPos(const CNRect &) chooses
+    /// them). Afterwards getRectBound() returns rect itself, not a bound recomputed from
+    /// the points, even where rounding left points slightly inside or outside it.
+    void setPos(const CNRect &rect);
+
+    /// Replaces the strokes with those read from in and recomputes the bound. The
+    /// stream is not checked; strokes it cannot supply are empty. The count is used as
+    /// an unsigned size: a negative count throws std::length_error (the strokes are then
+    /// already removed).
+    void readFrom(std::istream &in);
+    /// Writes the stream form that readFrom reads. A drawing of more than INT_MAX
+    /// strokes cannot be counted in the format: nothing is written and failbit is set.
+    void writeTo(std::ostream &out) const;
+
+    /// For the application (-1: no limit). The library never reads or writes it.
+    static long ms_maxPointsPerLine;
+
+protected:
+    std::vector<CStroke> m_strokes;
+    mutable CNRect m_rectBound;
+    mutable bool m_rectBoundValid;
+    /// For the application and derived classes: copied with the drawing, otherwise
+    /// never read or written by the library.
+    bool m_applicationFlag;
+};
+
+#endif
