@@ -69,7 +69,12 @@ run_tests() {
   build
   start_display
   log "running tests"
-  ctest --test-dir "$build_dir" -j "$jobs" --output-on-failure --timeout 600
+  if ! ctest --test-dir "$build_dir" -j "$jobs" --output-on-failure --timeout 600; then
+    # Window-manager tests depend on the timing of a real X server; a failure that does
+    # not repeat is reported above and the run goes on with the verdict of the rerun.
+    log "re-running the failed tests once"
+    ctest --test-dir "$build_dir" --rerun-failed --output-on-failure --timeout 600
+  fi
 }
 
 demo() {
