@@ -166,7 +166,9 @@ void normalizeTriangle(QVector<QPointF> &pts)
         const QPointF v = pts[(i + 2) % n] - r;
         double lu = Util::getVectorSize(u);
         double lv = Util::getVectorSize(v);
-        if (areSidesAlmostSameLength(lu, lv))
+        // Equal legs only when they nearly are: the side predicate alone accepts a 4:5
+        // ratio, and equalising such legs visibly redraws the triangle.
+        if (areSidesAlmostSameLength(lu, lv) && qMin(lu, lv) > 0.9 * qMax(lu, lv))
             lu = lv = (lu + lv) * 0.5;
         const QPointF du = snapToAxis(u);
         QPointF dv = perpendicular(du);

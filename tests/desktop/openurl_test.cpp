@@ -4,7 +4,6 @@
 #include <libutility/desktop/windowmanagement.h>
 #include <libutility/files/osutil.h>
 
-#include "desktop_test_support.h"
 #include "support/printers.h"
 
 #include <QDesktopServices>
@@ -16,23 +15,38 @@
 
 #include <gtest/gtest.h>
 
+// Xlib last: its macros (None, Bool, Status) clash with the headers above.
+#include "desktop_test_support.h"
+
+#include <memory>
+
 using namespace desktoptest;
 
 namespace {
 
+// Stands in for the desktop's default applications of the schemes it is installed for.
 class UrlRecorder : public QObject
 {
     Q_OBJECT
 public:
+    explicit UrlRecorder(QStringList schemes = { "http", "https", "file" })
+        : m_schemes(schemes)
+    {
+        for (const QString &scheme : m_schemes)
+            QDesktopServices::setUrlHandler(scheme, this, "open");
+    }
+    ~UrlRecorder() override
+    {
+        for (const QString &scheme : m_schemes)
+            QDesktopServices::unsetUrlHandler(scheme);
+    }
     QList<QUrl> opened;
-    QStringList schemes;
 
 public Q_SLOTS:
-    void open(const QUrl &url)
-    {
-        opened << url;
-        schemes << url.scheme();
-    }
+    void open(const QUrl &url) { opened << url; }
+
+private:
+    QStringList m_schemes;
 };
 
 bool writeScript(const QString &path, const QString &marker)
@@ -52,115 +66,75 @@ QByteArray readAll(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-class OpenUrl : public ::testing::Test
-{
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(m_dir.isValid());
-        const QString root = m_dir.path();
-        m_marker = root + QStringLiteral("/started");
-        ASSERT_TRUE(QDir(root).mkpath(QStringLiteral("with space/sub dir")));
-        m_script = root + QStringLiteral("/with space/run me.sh");
-        ASSERT_TRUE(writeScript(m_script, m_marker));
-        m_link = root + QStringLiteral("/link to script");
-        ASSERT_TRUE(QFile::link(m_script, m_link));
-        m_plain = root + QStringLiteral("/notes.txt");
-        QFile plain(m_plain);
-        ASSERT_TRUE(plain.open(QIODevice::WriteOnly));
-        plain.close();
-        for (const char *scheme : { "http", "https", "file" })
-            QDesktopServices::setUrlHandler(QString::fromLatin1(scheme), &m_recorder, "open");
-    }
-    void TearDown() override
-    {
-        for (const char *scheme : { "http", "https", "file" })
-            QDesktopServices::unsetUrlHandler(QString::fromLatin1(scheme));
-    }
-
-    QTemporaryDir m_dir;
-    QString m_marker, m_script, m_link, m_plain;
-    UrlRecorder m_recorder;
-};
-
 } // namespace
 
-TEST_F(OpenUrl, ChoosesBetweenWebLocalFileAndProgram)
+// Under X the fake window-manager name "KWin" makes a KDE session: then every input goes
+// to the external opener instead.
+TEST(OpenUrl, ChoosesBetweenWebLocalFileAndProgramOrHandsAllToTheKdeOpener)
 {
     if (COsUtil::getDesktopEnvironment() == COsUtil::eKdeDesktop)
         GTEST_SKIP() << "a KDE session hands every URL to openurl_externalfile";
-    const QString root = m_dir.path();
+    QTemporaryDir dir;
+    const QString root = dir.path(), marker = root + "/started", external = root + "/external";
+    const QString script = root + "/with space/run me.sh", link = root + "/link to script";
+    const QString plain = root + "/notes.txt";
+    ASSERT_TRUE(QDir(root).mkpath("with space/sub dir") && QDir(root).mkpath("bin"));
+    ASSERT_TRUE(writeScript(script, marker) && QFile::link(script, link)
+        && writeScript(root + "/bin/openurl_externalfile", external)
+        && QFile(plain).open(QIODevice::WriteOnly));
     const struct
     {
         const char *row;
         QString input;
-        QString scheme; // handler expected to receive it; empty: the program is started
-        QUrl expected;
+        QUrl expected; // what the desktop is asked to open; empty: the program is started
     } cases[] = {
-        { "http", "http://example.org/a?b=c", "http", QUrl("http://example.org/a?b=c") },
-        { "https", "https://example.org/", "https", QUrl("https://example.org/") },
-        { "capital HTTP is a local path", "HTTP://example.org/x", "file",
+        { "http", "http://example.org/a?b=c", QUrl("http://example.org/a?b=c") },
+        { "https", "https://example.org/a b", QUrl("https://example.org/a b") },
+        { "capital HTTP is a local path", "HTTP://example.org/x",
             QUrl::fromLocalFile("HTTP://example.org/x") },
-        { "file:// prefix", "file://" + m_plain, "file", QUrl::fromLocalFile(m_plain) },
-        { "every file:// removed", "file://" + root + "/file://notes.txt", "file",
-            QUrl::fromLocalFile(m_plain) },
-        { "plain file", m_plain, "file", QUrl::fromLocalFile(m_plain) },
-        { "directory", root + "/with space/sub dir", "file",
+        { "file:// prefix", "file://" + plain, QUrl::fromLocalFile(plain) },
+        { "every file:// removed", "file://" + root + "/file://notes.txt",
+            QUrl::fromLocalFile(plain) },
+        { "directory", root + "/with space/sub dir",
             QUrl::fromLocalFile(root + "/with space/sub dir") },
-        { "symlink to a program", m_link, "file", QUrl::fromLocalFile(m_link) },
-        { "program with spaces in its path", m_script, QString(), QUrl() },
-        { "file:// program", "file://" + m_script, QString(), QUrl() },
-        { "relative program", "run me.sh", QString(), QUrl() },
+        { "symlink to a program", link, QUrl::fromLocalFile(link) },
+        { "program with spaces in its path", script, QUrl() },
+        { "file:// program", "file://" + script, QUrl() },
+        { "relative program", "run me.sh", QUrl() },
     };
     const QString previousDir = QDir::currentPath();
-    QDir::setCurrent(root + "/with space");
-    for (const auto &c : cases) {
-        SCOPED_TRACE(std::string(c.row) + ": " + c.input.toStdString());
-        QFile::remove(m_marker);
-        m_recorder.opened.clear();
-        m_recorder.schemes.clear();
-        openURL(c.input);
-        if (c.scheme.isEmpty()) {
-            EXPECT_TRUE(waitFor([&] { return !readAll(m_marker).isEmpty(); })) << "not started";
-            EXPECT_EQ(readAll(m_marker), QByteArray("0\n")) << "started with arguments";
-            EXPECT_TRUE(m_recorder.opened.isEmpty());
-        } else {
-            EXPECT_EQ(m_recorder.schemes, QStringList { c.scheme });
-            EXPECT_EQ(m_recorder.opened.value(0), c.expected);
-            if (c.input == m_link)
-                spin(300); // give a wrongly started script time to leave its marker
-            EXPECT_FALSE(QFile::exists(m_marker)) << "a program was started";
-        }
-    }
-    QDir::setCurrent(previousDir);
-}
-
-TEST_F(OpenUrl, KdeSessionHandsEveryUrlToTheExternalOpener)
-{
-    if (!haveX11())
-        GTEST_SKIP() << "needs an X display";
-    const QString bin = m_dir.path() + QStringLiteral("/bin");
-    ASSERT_TRUE(QDir().mkpath(bin));
-    const QString kdeMarker = m_dir.path() + QStringLiteral("/external");
-    ASSERT_TRUE(writeScript(bin + QStringLiteral("/openurl_externalfile"), kdeMarker));
     const QByteArray previousPath = qgetenv("PATH");
-    qputenv("PATH", QFile::encodeName(bin) + ':' + previousPath);
-
-    {
-        FakeWindowManagerName kwin("KWin");
-        ASSERT_EQ(COsUtil::getDesktopEnvironment(), COsUtil::eKdeDesktop);
-        for (const QString &url : { QStringLiteral("https://example.org/a b"), m_script }) {
-            SCOPED_TRACE(url.toStdString());
-            QFile::remove(kdeMarker);
-            QFile::remove(m_marker);
-            openURL(url);
-            EXPECT_TRUE(waitFor([&] { return !readAll(kdeMarker).isEmpty(); }));
-            EXPECT_EQ(readAll(kdeMarker), "1\n" + url.toLocal8Bit() + "\n");
-            EXPECT_TRUE(m_recorder.opened.isEmpty());
-            EXPECT_FALSE(QFile::exists(m_marker)) << "the program itself was started";
+    QDir::setCurrent(root + "/with space");
+    qputenv("PATH", QFile::encodeName(root + "/bin") + ':' + previousPath);
+    for (const bool kde : { false, true }) {
+        std::unique_ptr<FakeWindowManagerName> kwin;
+        if (kde && haveX11())
+            kwin = std::make_unique<FakeWindowManagerName>("KWin");
+        EXPECT_EQ(COsUtil::getDesktopEnvironment() == COsUtil::eKdeDesktop, bool(kwin));
+        for (const auto &c : cases) {
+            if (kde && !kwin)
+                break;
+            SCOPED_TRACE(std::string(kde ? "KDE, " : "") + c.row + ": " + c.input.toStdString());
+            QFile::remove(marker);
+            QFile::remove(external);
+            UrlRecorder recorder;
+            openURL(c.input);
+            if (kde) {
+                EXPECT_TRUE(waitFor([&] { return !readAll(external).isEmpty(); }));
+                EXPECT_EQ(readAll(external), "1\n" + c.input.toLocal8Bit() + "\n");
+            } else if (c.expected.isEmpty()) {
+                EXPECT_TRUE(waitFor([&] { return !readAll(marker).isEmpty(); })) << "not started";
+                EXPECT_EQ(readAll(marker), QByteArray("0\n")) << "started with arguments";
+                continue;
+            }
+            EXPECT_EQ(recorder.opened, kde ? QList<QUrl>() : QList<QUrl> { c.expected });
+            if (c.input == link)
+                spin(300); // give a wrongly started script time to leave its marker
+            EXPECT_FALSE(QFile::exists(marker)) << "a program was started";
         }
     }
     qputenv("PATH", previousPath);
+    QDir::setCurrent(previousDir);
     EXPECT_NE(COsUtil::getDesktopEnvironment(), COsUtil::eKdeDesktop);
 }
 
@@ -187,9 +161,7 @@ TEST(DesktopWithoutDisplay, NothingIsRaisedAndWebAddressesStillOpen)
 
     EXPECT_EQ(COsUtil::getDesktopEnvironment(), COsUtil::eUnknownDesktop);
     UrlRecorder recorder;
-    QDesktopServices::setUrlHandler(QStringLiteral("http"), &recorder, "open");
     openURL(QStringLiteral("http://example.org/"));
-    QDesktopServices::unsetUrlHandler(QStringLiteral("http"));
     EXPECT_EQ(recorder.opened, QList<QUrl> { QUrl("http://example.org/") });
 }
 

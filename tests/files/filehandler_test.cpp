@@ -10,6 +10,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 using namespace basic_logging;
 
 namespace {
@@ -36,49 +38,31 @@ private:
     QString m_oldLevel;
 };
 
-// Records the file names it was called with; reports its own deletion.
-struct Calls
-{
-    QStringList files;
-    int deleted = 0;
-};
-
-class Recorder : public IFunctorP1R<const QString &, bool>
-{
-public:
-    explicit Recorder(Calls *calls, bool result = true)
-        : m_calls(calls)
-        , m_result(result)
-    { }
-    ~Recorder() override { ++m_calls->deleted; }
-    bool operator()(const QString &file) override
-    {
-        m_calls->files.append(file);
-        return m_result;
-    }
-
-private:
-    Calls *m_calls;
-    bool m_result;
-};
-
-// Images group (members PNG and JPEG) followed by a plain Text handler.
+// Images group (members PNG and JPEG) followed by a plain Text handler. Each functor
+// records the files it was called with and holds a share of `alive` until deleted.
 struct Registry
 {
-    Calls png, jpeg, text;
+    QStringList png, jpeg, text;
+    std::shared_ptr<int> alive = std::make_shared<int>();
     QVector<CFileHandler *> list;
     CFileHandlerGroup *images = nullptr;
 
     explicit Registry(CFileHandler::EGroupListingMethod method = CFileHandler::eGroupAndMembers)
     {
         images = new CFileHandlerGroup(QStringLiteral("Images"), method, nullptr);
-        images->addHandler(
-            new CFileHandlerSingle("PNG image", ".png", new Recorder(&png), nullptr));
+        images->addHandler(new CFileHandlerSingle("PNG image", ".png", record(&png), nullptr));
         images->m_handlers.append(
-            new CFileHandlerSingle("JPEG image", ".jpg .jpeg", new Recorder(&jpeg), nullptr));
-        list << images << new CFileHandlerSingle("Text", ".txt", new Recorder(&text), nullptr);
+            new CFileHandlerSingle("JPEG image", ".jpg .jpeg", record(&jpeg), nullptr));
+        list << images << new CFileHandlerSingle("Text", ".txt", record(&text), nullptr);
     }
     ~Registry() { CFileHandler::destroy(list); }
+    IFunctorP1R<const QString &, bool> *record(QStringList *files, bool result = true)
+    {
+        return makeFileFunctor([files, result, token = alive](const QString &file) {
+            *files << file;
+            return result;
+        });
+    }
     CFileHandler *handler(const char *name) { return CFileHandler::getHandlerByName(list, name); }
 };
 
@@ -107,10 +91,7 @@ TEST(FileHandlerFilter, BuildsEntriesExactly)
         EXPECT_EQ(handler.getSuffix(), c.list.join(QString()));
         EXPECT_FALSE(handler.exec("x.png")) << "no functor";
     }
-}
 
-TEST(FileHandlerFilter, ListsGroupsByMethod)
-{
     EXPECT_EQ(CFileHandler::filtersToString({}), QString());
     Registry members;
     EXPECT_EQ(CFileHandler::filtersToString(members.list),
@@ -142,7 +123,7 @@ TEST(FileHandlerFilter, TranslatesNameInItsContext)
     QCoreApplication::removeTranslator(&translator);
 }
 
-TEST(FileHandlerLookup, FindsBySuffixNameAndFile)
+TEST(FileHandlerLookup, FindsBySuffixNameFileAndFilterAndWarnsWordForWord)
 {
     Registry r;
     CFileHandler *png = r.handler("png IMAGE");
@@ -160,11 +141,7 @@ TEST(FileHandlerLookup, FindsBySuffixNameAndFile)
         { "a.jpg.gz", nullptr }, { "trailing.", nullptr } };
     for (const Case &c : cases)
         EXPECT_EQ(CFileHandler::getHandlerForFile(r.list, c.file), c.expected) << c.file;
-}
 
-TEST(FileHandlerLookup, WarnsWordForWord)
-{
-    Registry r;
     Capture<warnlevel> warnings;
     EXPECT_EQ(CFileHandler::getHandlerForFile(r.list, "README"), nullptr);
     EXPECT_FALSE(CFileHandler::exec(r.list, "README"));
@@ -184,29 +161,25 @@ TEST(FileHandlerLookup, WarnsWordForWord)
 
 TEST(FileHandlerExec, RunsTheMatchingFunctorAndOwnsIt)
 {
-    Calls ownCalls;
+    Registry r;
+    EXPECT_TRUE(CFileHandler::exec(r.list, "/tmp/x.JPG"));
+    EXPECT_TRUE(r.images->exec("y.png"));
+    EXPECT_FALSE(r.images->exec("z.txt")) << "the group asks its members only";
+    EXPECT_FALSE(CFileHandler::exec(r.list, "png"));
+    EXPECT_TRUE(r.images->exec("png")) << "in a group a name without a dot is its own suffix";
+    EXPECT_EQ(r.jpeg, QStringList("/tmp/x.JPG"));
+    EXPECT_EQ(r.png, QStringList({ "y.png", "png" }));
+    EXPECT_TRUE(r.text.isEmpty());
     {
-        Registry r;
-        EXPECT_TRUE(CFileHandler::exec(r.list, "/tmp/x.JPG"));
-        EXPECT_TRUE(r.images->exec("y.png"));
-        EXPECT_FALSE(r.images->exec("z.txt")) << "the group asks its members only";
-        EXPECT_FALSE(CFileHandler::exec(r.list, "png"));
-        EXPECT_TRUE(r.images->exec("png")) << "in a group a name without a dot is its own suffix";
-        EXPECT_EQ(r.jpeg.files, QStringList("/tmp/x.JPG"));
-        EXPECT_EQ(r.png.files, QStringList({ "y.png", "png" }));
-        EXPECT_TRUE(r.text.files.isEmpty());
-
-        CFileHandlerSingle failing("F", ".f", new Recorder(&ownCalls, false), nullptr);
+        QStringList calls;
+        CFileHandlerSingle failing("F", ".f", r.record(&calls, false), nullptr);
         EXPECT_FALSE(failing.exec("a.f"));
-        CFileHandlerSingle lambda(
-            "L", ".l", makeFileFunctor([](const QString &f) { return f == "a.l"; }));
-        EXPECT_TRUE(lambda.exec("a.l"));
-
-        CFileHandler::destroy(r.list);
-        EXPECT_TRUE(r.list.isEmpty());
-        EXPECT_EQ(r.png.deleted + r.jpeg.deleted + r.text.deleted, 3) << "group deletes members";
+        EXPECT_EQ(r.alive.use_count(), 5);
     }
-    EXPECT_EQ(ownCalls.deleted, 1);
+    EXPECT_EQ(r.alive.use_count(), 4) << "a handler deletes its functor";
+    CFileHandler::destroy(r.list);
+    EXPECT_TRUE(r.list.isEmpty());
+    EXPECT_EQ(r.alive.use_count(), 1) << "a group deletes its members";
 }
 
 TEST(FileHandlerTrace, WritesEnterAndExitUnderFileName)
@@ -215,9 +188,10 @@ TEST(FileHandlerTrace, WritesEnterAndExitUnderFileName)
     Capture<tracelevel> trace(QStringLiteral("TRACE"));
     CFileHandler::getHandlerForFile(r.list, "README");
     ASSERT_EQ(trace.lines.size(), 2);
-    EXPECT_TRUE(trace.lines[0].startsWith("filehandler\t")) << trace.lines[0].toStdString();
-    EXPECT_TRUE(trace.lines[0].endsWith("\tEnter getHandlerForFile"));
-    EXPECT_TRUE(trace.lines[1].endsWith("\tExit getHandlerForFile"));
+    EXPECT_EQ(trace.lines[0].section('\t', 0, 0) + trace.lines[0].section('\t', 2),
+        "filehandlerEnter getHandlerForFile");
+    EXPECT_EQ(trace.lines[1].section('\t', 0, 0) + trace.lines[1].section('\t', 2),
+        "filehandlerExit getHandlerForFile");
     EXPECT_NE(trace.lines[0].section('\t', 1, 1), trace.lines[1].section('\t', 1, 1))
         << "the exit line carries the line of the return taken";
 }

@@ -32,12 +32,6 @@ struct stat lstatOf(const QString &path)
     return st;
 }
 
-uid_t nobodyUid()
-{
-    const passwd *pw = ::getpwnam("nobody");
-    return pw ? pw->pw_uid : 65534;
-}
-
 #define REQUIRE_ROOT()                                                                             \
     if (::geteuid() != 0)                                                                          \
     GTEST_SKIP() << "changing owners needs root"
@@ -50,8 +44,8 @@ TEST(OsUtilPermissions, HandsTheMaskToChmod)
     const QString file = tmp.filePath("f.txt");
     touch(file);
     const COsUtil::ePermissionMask masks[] = { COsUtil::ePermissionMask(0x1ff),
-        COsUtil::eAllPermissions, COsUtil::eOwnerRead | COsUtil::eOwnerWrite | COsUtil::eGroupRead,
-        COsUtil::eNoPermissions, COsUtil::ePermissionMask(04755) };
+        COsUtil::eOwnerRead | COsUtil::eOwnerWrite | COsUtil::eGroupRead,
+        COsUtil::ePermissionMask(04755) };
     for (COsUtil::ePermissionMask mask : masks) {
         COsUtil::setPermissions(file, mask);
         EXPECT_EQ(lstatOf(file).st_mode & 07777, mask) << std::oct << mask;
@@ -89,6 +83,9 @@ TEST(OsUtilOwners, MinusOneMeansTheCaller)
     QTemporaryDir tmp;
     const QString file = tmp.filePath("f");
     touch(file);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(QFile::encodeName(file).constData(), 1, 1), 0);
+    }
     EXPECT_TRUE(COsUtil::setOwners(file, -1, -1));
     EXPECT_EQ(lstatOf(file).st_uid, ::getuid());
     EXPECT_EQ(lstatOf(file).st_gid, ::getgid());
@@ -110,7 +107,8 @@ TEST(OsUtilOwners, WalksTheTreeWithoutFollowingLinks)
     ASSERT_EQ(::symlink(QFile::encodeName(root.filePath("outside")).constData(),
                   QFile::encodeName(root.filePath("tree/sub/out")).constData()),
         0);
-    const int nobody = static_cast<int>(nobodyUid());
+    const passwd *pw = ::getpwnam("nobody");
+    const int nobody = pw ? int(pw->pw_uid) : 65534;
 
     EXPECT_TRUE(COsUtil::setOwnertoDirectory(root.filePath("tree"), nobody, nobody, false));
     EXPECT_EQ(static_cast<int>(lstatOf(root.filePath("tree")).st_uid), nobody);
@@ -171,17 +169,13 @@ TEST(TempDir, ReusesExistingAndRefusesWhatItCannotEnter)
 {
     QTemporaryDir tmp;
     QDir(tmp.path()).mkdir("existing");
-    touch(tmp.filePath("existing/keep"));
-    touch(tmp.filePath("existing/drop.me"));
-    touch(tmp.filePath("plainfile"));
-    touch(tmp.filePath("parent.txt"));
+    for (const char *name : { "existing/keep", "existing/drop.me", "plainfile", "parent.txt" })
+        touch(tmp.filePath(name));
     {
         CTempDir reused(tmp.path(), "existing");
         EXPECT_TRUE(reused.isValid());
-        EXPECT_TRUE(QFileInfo::exists(tmp.filePath("existing/keep")));
     }
-    EXPECT_TRUE(QFileInfo::exists(tmp.filePath("existing/keep")));
-    EXPECT_FALSE(QFileInfo::exists(tmp.filePath("existing/drop.me")));
+    EXPECT_EQ(QDir(tmp.filePath("existing")).entryList(QDir::Files), QStringList("keep"));
 
     for (const char *bad : { "plainfile", "" }) {
         CTempDir invalid(tmp.path(), bad);

@@ -41,8 +41,6 @@ TEST(Comparison, ZeroTestAndFirstArgumentAnchoredEquality)
         { 0.09, 0.005, 0.09, false, "same pair reversed: scale 0.09" },
         { 100, 108, 0.09, true, "within 9 percent" },
         { 100, 110, 0.09, false, "beyond 9 percent" },
-        { 100, 91, 0.09, true, "9 percent of the first argument" },
-        { 91, 100, 0.09, false, "reversed: 9 percent of 91 is less than 9" },
         { 0.0, 0.0, 0.0, true, "zero tolerance still accepts equal values" },
         { 1.0, 1.0 + 2.220446049250313e-16, 0.0, true, "machine epsilon addend" },
         { kNaN, kNaN, 1.0, false, "NaN" },
@@ -139,6 +137,7 @@ TEST(Lines, ClosedSegmentIntersection)
         { { 7, 0 }, { 7, 10 }, { 0, 3 }, { 7, 3 }, true, { 7, 3 }, "horizontal ends on vertical" },
         { { 0, 0 }, { 10, 0 }, { 5, 0 }, { 15, 0 }, false, {}, "collinear overlap" },
         { { 0, 0 }, { 4, 4 }, { 9, 0 }, { 5, 4 }, false, {}, "crossing beyond an end" },
+        { { 0, 0 }, { 1, 1 }, { 2, 2 }, { 5, 5 }, false, {}, "collinear apart" },
         { { kNaN, 0 }, { 4, 4 }, { 5, 0 }, { 0, 5 }, false, {}, "NaN" },
     };
     for (const Case &c : cases) {
@@ -202,6 +201,7 @@ TEST(Triangles, AlignedEdgesAndTurningAngleKinds)
         { { QPointF(0, 0), QPointF(10, 0), skew }, 1, eBottomEdge, eNoEdge, "anchored on t" },
         { { QPointF(0, 0), QPointF(10, 0), QPointF(20, 0) }, 2, eBottomEdge, eNoEdge, "flat" },
         { { QPointF(kNaN, 0), QPointF(1, 0), QPointF(0, 1) }, 3, eTopEdge, eNoEdge, "NaN" },
+        { { QPointF(0, 0), QPointF(1, 1) }, 0, eLeftEdge, eLeftEdge, "two points: untouched" },
     };
     for (const Case &c : cases) {
         EAlignedEdge first = eLeftEdge, second = eLeftEdge;
@@ -209,13 +209,6 @@ TEST(Triangles, AlignedEdgesAndTurningAngleKinds)
         EXPECT_EQ(first, c.first) << c.row;
         EXPECT_EQ(second, c.second) << c.row;
     }
-
-    EAlignedEdge first = eTopEdge, second = eRightEdge;
-    EXPECT_EQ(identifyTriangle(
-                  QPolygonF(QVector<QPointF> { QPointF(0, 0), QPointF(1, 1) }), first, second),
-        0);
-    EXPECT_EQ(first, eTopEdge);
-    EXPECT_EQ(second, eRightEdge);
 }
 
 TEST(Rectangles, KeepAspectFitting)
@@ -239,9 +232,9 @@ TEST(Rectangles, KeepAspectFitting)
 TEST(GeometryTrace, EnterAndExitUnderTheUnitFileName)
 {
     const QString oldLevel = CLogSystem::theRootInstance().getLevel();
-    QStringList lines;
+    QList<QStringList> lines;
     auto &stream = basic_logging::logstream<basic_logging::tracelevel>::instance();
-    stream.setCallback([&](const QByteArray &line) { lines.append(QString::fromLatin1(line)); });
+    stream.setCallback([&](const QByteArray &line) { lines << QString(line).split('\t'); });
     CLogSystem::theRootInstance().setLevel(QStringLiteral("TRACE"));
     getCos(QPointF(0, 0), QPointF(0, 1));
     QVector<double> lengths;
@@ -250,9 +243,8 @@ TEST(GeometryTrace, EnterAndExitUnderTheUnitFileName)
     CLogSystem::theRootInstance().setLevel(oldLevel);
 
     ASSERT_EQ(lines.size(), 4);
-    const QStringList enter = lines[0].split('\t'), exit = lines[1].split('\t');
-    EXPECT_EQ(enter.value(0) + enter.value(2), QStringLiteral("geometryEnter getCos"));
-    EXPECT_EQ(exit.value(0) + exit.value(2), QStringLiteral("geometryExit getCos"));
-    EXPECT_NE(enter.value(1), exit.value(1)); // the exit carries the line of the early return
-    EXPECT_TRUE(lines[2].startsWith(QLatin1String("strokeutil\t"))) << lines[2].toStdString();
+    EXPECT_EQ(lines[0].value(0) + lines[0].value(2), QStringLiteral("geometryEnter getCos"));
+    EXPECT_EQ(lines[1].value(0) + lines[1].value(2), QStringLiteral("geometryExit getCos"));
+    EXPECT_NE(lines[0].value(1), lines[1].value(1)); // the line of the early return
+    EXPECT_EQ(lines[2].value(0), QStringLiteral("strokeutil"));
 }

@@ -22,13 +22,15 @@ static void PrintTo(const SegmentIndex &s, std::ostream *os)
 
 namespace {
 
+using Points = QVector<QPointF>;
+using Pieces = QVector<SegmentIndex>;
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
 
 // Points 1.0 apart along the corners; the corners themselves are points of the stroke.
-QVector<QPointF> polyline(const QVector<QPointF> &c)
+Points polyline(const Points &c)
 {
-    QVector<QPointF> points;
+    Points points;
     for (int i = 0; i + 1 < c.size(); ++i) {
         const int steps = int(std::ceil(Util::getDistance(c[i], c[i + 1])));
         for (int s = 0; s < steps; ++s)
@@ -38,50 +40,7 @@ QVector<QPointF> polyline(const QVector<QPointF> &c)
     return points;
 }
 
-QVector<QPointF> randomWalk(std::mt19937 &rng, int n)
-{
-    std::uniform_real_distribution<double> step(-6.0, 6.0);
-    QVector<QPointF> points { QPointF(0, 0) };
-    while (points.size() < n)
-        points.append(points.last() + QPointF(step(rng), step(rng)));
-    return points;
-}
-
-// The splitting pass done the plain way, inserting in place; the library builds the new
-// list instead and must end with exactly the same pieces.
-void plainPass(const QVector<QPointF> &p, const QVector<double> &len, QVector<SegmentIndex> &seg,
-    double total, double ratio)
-{
-    for (int i = seg.size() - 1; i >= 0; --i) {
-        const SegmentIndex s = seg[i];
-        if (!s.divisible || s.end - s.start <= 1)
-            continue;
-        const bool last = i == seg.size() - 1;
-        const int turn = last ? 0
-                              : Util::vectorLeftOrRight(
-                                  p[s.end] - p[s.start], p[seg[i + 1].end] - p[seg[i + 1].start]);
-        double cum = 0.0, maxDist = 0.0;
-        int best = -1;
-        for (int k = s.start + 1; k < s.end; ++k) {
-            cum += len[k - 1];
-            double d = Util::calcDistanceToLineSegment(p[s.start], p[s.end], p[k], nullptr);
-            if (!last && Util::vectorLeftOrRight(p[k] - p[s.start], p[s.end] - p[k]) * turn <= 0)
-                d *= 0.5;
-            if (d >= maxDist && cum > 0.0 && total - cum > 0.0) {
-                maxDist = d;
-                best = k;
-            }
-        }
-        if (best >= 0 && maxDist > Util::getDistance(p[s.start], p[s.end]) * ratio) {
-            seg[i] = { best, s.end, true };
-            seg.insert(i, { s.start, best, true });
-        } else {
-            seg[i].divisible = false;
-        }
-    }
-}
-
-void expectCoverage(const QVector<SegmentIndex> &segments, int n)
+void expectCoverage(const Pieces &segments, int n)
 {
     ASSERT_FALSE(segments.isEmpty());
     EXPECT_EQ(segments.first().start, 0);
@@ -94,17 +53,15 @@ void expectCoverage(const QVector<SegmentIndex> &segments, int n)
 
 TEST(Segmentation, SplitsWhereTheChordDeviationCalls)
 {
-    QVector<QPointF> line;
+    Points line;
     for (int i = 0; i <= 50; ++i)
         line.append(QPointF(i, 0.5 * i));
-    const QVector<QPointF> ell = polyline({ QPointF(0, 0), QPointF(0, 40), QPointF(30, 40) });
-    ASSERT_EQ(ell[40], QPointF(0, 40));
-
+    const Points ell = polyline({ QPointF(0, 0), QPointF(0, 40), QPointF(30, 40) });
     struct Case
     {
-        QVector<QPointF> points;
+        Points points;
         double ratio;
-        QVector<SegmentIndex> expected;
+        Pieces expected;
     } const cases[] = {
         { line, 0.0, { { 0, 50, false } } }, // collinear stays one piece
         { ell, 0.1, { { 0, 40, false }, { 40, 70, false } } }, // the L splits at its corner
@@ -114,7 +71,7 @@ TEST(Segmentation, SplitsWhereTheChordDeviationCalls)
         { {}, 0.1, { { 0, -1, true } } },
     };
     for (const Case &c : cases) {
-        QVector<SegmentIndex> segments;
+        Pieces segments;
         divideStrokeToSegments(c.points, segments, c.ratio);
         EXPECT_EQ(segments, c.expected) << c.points.size() << " points, ratio " << c.ratio;
     }
@@ -122,71 +79,52 @@ TEST(Segmentation, SplitsWhereTheChordDeviationCalls)
     EXPECT_EQ(getDistanceToDividePoint(ell, 3, 4), -1.0);
 }
 
-TEST(Segmentation, BendAgainstTheNextPieceCountsHalf)
+// One splitting pass over given pieces: the bend weighting, the next-pass rule and ties.
+TEST(Segmentation, OnePassWeighsBendsAndLeavesNewPiecesToTheNext)
 {
-    // Piece {0, 2} with a bump of height h at point 1, followed by piece {2, 3} turning
-    // down the screen: a downward bump (h > 0) bends against that turn.
+    // Piece {0, 2} bumps by h at point 1; piece {2, 3} turns down the screen, so a
+    // downward bump (h > 0) bends against that turn and counts half. Ratio 0.15, chord 10.
+    const auto bump = [](double h) {
+        return Points { QPointF(0, 0), QPointF(5, h), QPointF(10, 0), QPointF(10, 10) };
+    };
+    // Piece {2, 5} splits at 3 in the same pass; the piece before it must then turn into
+    // the new {2, 3} (down, so the upward bump counts fully), not into the old {2, 5} (up).
+    const Points into { QPointF(0, 0), QPointF(5, -2), QPointF(10, 0), QPointF(15, 20),
+        QPointF(25, 0), QPointF(30, -10) };
+    const Points w = polyline({ QPointF(0, 0), QPointF(10, 30), QPointF(20, 0), QPointF(30, 30) });
+    const int w20 = w.indexOf(QPointF(20, 0)), wEnd = w.size() - 1;
     struct Case
     {
-        double h;
-        bool followed, split;
+        const char *row;
+        Points points;
+        Pieces before, after;
     } const cases[] = {
-        { -2.0, true, true }, // with the turn: 2 > 10 * 0.15
-        { 2.0, true, false }, // against it: 2 * 0.5 < 1.5
-        { 2.0, false, true }, // the last piece is never weighted
-        { 3.2, true, true }, // 3.2 * 0.5 > 1.5
+        { "with the turn: 2 > 1.5", bump(-2), { { 0, 2, true }, { 2, 3, false } },
+            { { 0, 1, true }, { 1, 2, true }, { 2, 3, false } } },
+        { "against it: 2 * 0.5 < 1.5", bump(2), { { 0, 2, true }, { 2, 3, false } },
+            { { 0, 2, false }, { 2, 3, false } } },
+        { "against it: 3.2 * 0.5 > 1.5", bump(3.2), { { 0, 2, true }, { 2, 3, false } },
+            { { 0, 1, true }, { 1, 2, true }, { 2, 3, false } } },
+        { "the last piece is unweighted", bump(2), { { 0, 2, true } },
+            { { 0, 1, true }, { 1, 2, true } } },
+        { "next piece as split in this pass", into, { { 0, 2, true }, { 2, 5, true } },
+            { { 0, 1, true }, { 1, 2, true }, { 2, 3, true }, { 3, 5, true } } },
+        // Both inner corners of the W lie equally far from the chord; one split per pass.
+        { "tie goes to the later point", w, { { 0, wEnd, true } },
+            { { 0, w20, true }, { w20, wEnd, true } } },
     };
     for (const Case &c : cases) {
-        const QVector<QPointF> points { QPointF(0, 0), QPointF(5, c.h), QPointF(10, 0),
-            QPointF(10, 10) };
         QVector<double> lengths;
-        const double total = Util::calcStrokeLength(points, lengths);
-        QVector<SegmentIndex> segments { { 0, 2, true } };
-        if (c.followed)
-            segments.append({ 2, 3, false });
-        divideRuggedSegment(points, lengths, segments, total, 0.15);
-        EXPECT_EQ(segments.size(), (c.followed ? 2 : 1) + (c.split ? 1 : 0)) << "h " << c.h;
-    }
-}
-
-TEST(Segmentation, OnePassSplitsOnceAndTiesGoToTheLaterPoint)
-{
-    const QVector<QPointF> w
-        = polyline({ QPointF(0, 0), QPointF(10, 30), QPointF(20, 0), QPointF(30, 30) });
-    QVector<double> lengths;
-    const double total = Util::calcStrokeLength(w, lengths);
-    QVector<SegmentIndex> segments { { 0, w.size() - 1, true } };
-    divideRuggedSegment(w, lengths, segments, total, 0.05);
-    // Both inner corners lie equally far from the chord.
-    const QVector<SegmentIndex> expected { { 0, w.indexOf(QPointF(20, 0)), true },
-        { w.indexOf(QPointF(20, 0)), w.size() - 1, true } };
-    EXPECT_EQ(segments, expected);
-}
-
-TEST(Segmentation, RandomStrokesMatchPlainInsertionAndCoverTheStroke)
-{
-    std::mt19937 rng(7);
-    for (int round = 0; round < 60; ++round) {
-        const QVector<QPointF> points = randomWalk(rng, 2 + round * 5);
-        const double ratio = (round % 4) * 0.05;
-        QVector<double> lengths;
-        const double total = Util::calcStrokeLength(points, lengths);
-        QVector<SegmentIndex> ours { { 0, points.size() - 1, true } }, plain = ours;
-        for (int before = 0; before != plain.size();) {
-            before = plain.size();
-            divideRuggedSegment(points, lengths, ours, total, ratio);
-            plainPass(points, lengths, plain, total, ratio);
-            ASSERT_EQ(ours, plain) << "round " << round;
-        }
-        divideStrokeToSegments(points, ours, ratio);
-        EXPECT_EQ(ours, plain) << "round " << round;
-        expectCoverage(ours, points.size());
+        const double total = Util::calcStrokeLength(c.points, lengths);
+        Pieces segments = c.before;
+        divideRuggedSegment(c.points, lengths, segments, total, 0.15);
+        EXPECT_EQ(segments, c.after) << c.row;
     }
 }
 
 TEST(Thinning, KeepsTravelledPointsEndsAndTheFarPoint)
 {
-    QVector<QPointF> line, out, expected;
+    Points line, out, expected;
     for (int i = 0; i < 100; ++i)
         line.append(QPointF(i, 0));
     for (int i = 0; i < 100; i += 4)
@@ -195,53 +133,44 @@ TEST(Thinning, KeepsTravelledPointsEndsAndTheFarPoint)
     copyMovingPoints(line, out, 3.0);
     EXPECT_EQ(out, expected);
 
-    QVector<QPointF> circle; // radius 1, closed
+    Points circle; // radius 1, closed
     for (int i = 0; i <= 200; ++i)
         circle.append(QPointF(std::cos(i * M_PI / 100), std::sin(i * M_PI / 100)));
     copyMovingPoints(circle, out, 3.0);
     // 0, 96 (travel > 3), 100 (the far point), 196, 200
-    EXPECT_EQ(
-        out, (QVector<QPointF> { circle[0], circle[96], circle[100], circle[196], circle[200] }));
+    EXPECT_EQ(out, (Points { circle[0], circle[96], circle[100], circle[196], circle[200] }));
 
     // Two points equally far from the start: the first one is the far point.
     copyMovingPoints({ QPointF(0, 0), QPointF(1, 0), QPointF(0, 1), QPointF(0, 0.5) }, out, 3.0);
-    EXPECT_EQ(out, (QVector<QPointF> { QPointF(0, 0), QPointF(1, 0), QPointF(0, 0.5) }));
+    EXPECT_EQ(out, (Points { QPointF(0, 0), QPointF(1, 0), QPointF(0, 0.5) }));
 }
 
 TEST(NoiseFilters, ZigzagFilterLeavesFiniteStrokesAloneAndLoopsCollapse)
 {
-    QVector<QPointF> saw;
+    Points saw;
     for (int i = 0; i < 40; ++i)
         saw.append(QPointF(i * 2.0, (i % 2) * 3.0 + (i % 3)));
-    QVector<QPointF> filtered = saw;
+    Points filtered = saw;
     removeNoise(filtered);
     EXPECT_EQ(filtered, saw);
     // Only a non-finite step makes the middle turn non-zero; then the point goes.
-    QVector<QPointF> odd { QPointF(0, 0), QPointF(0, 1), QPointF(-kInf, 1), QPointF(3, 1),
-        QPointF(3, 2) };
+    Points odd { QPointF(0, 0), QPointF(0, 1), QPointF(-kInf, 1), QPointF(3, 1), QPointF(3, 2) };
     removeNoise(odd);
-    EXPECT_EQ(
-        odd, (QVector<QPointF> { QPointF(0, 0), QPointF(0, 1), QPointF(3, 1), QPointF(3, 2) }));
+    EXPECT_EQ(odd, (Points { QPointF(0, 0), QPointF(0, 1), QPointF(3, 1), QPointF(3, 2) }));
 
-    // The last step (8,-4)->(4,4) crosses the step three back, (0,0)->(10,0), at (6,0).
-    QVector<QPointF> loop { QPointF(-10, 5), QPointF(0, 0), QPointF(10, 0), QPointF(8, -4),
-        QPointF(4, 4) };
-    removeCrossNoise(loop);
-    EXPECT_EQ(
-        loop, (QVector<QPointF> { QPointF(-10, 5), QPointF(0, 0), QPointF(6, 0), QPointF(4, 4) }));
-    // Two loops in a row collapse one after the other.
-    QVector<QPointF> twice { QPointF(0, 0), QPointF(10, 0), QPointF(8, -4), QPointF(4, 4),
-        QPointF(4, 10), QPointF(1, 7), QPointF(7, 6) };
+    // The last step (8,-4)->(4,4) crosses the step three back, (0,0)->(10,0), at (6,0);
+    // a second loop after it collapses too.
+    Points twice { QPointF(0, 0), QPointF(10, 0), QPointF(8, -4), QPointF(4, 4), QPointF(4, 10),
+        QPointF(1, 7), QPointF(7, 6) };
     removeCrossNoise(twice);
     EXPECT_EQ(twice,
-        (QVector<QPointF> {
-            QPointF(0, 0), QPointF(6, 0), QPointF(4, 4), QPointF(4, 6.5), QPointF(7, 6) }));
+        (Points { QPointF(0, 0), QPointF(6, 0), QPointF(4, 4), QPointF(4, 6.5), QPointF(7, 6) }));
 }
 
 TEST(Averaging, IndexesAreClamped)
 {
-    const QVector<QPointF> p { QPointF(0, 0), QPointF(2, 4), QPointF(4, 0), QPointF(6, 2),
-        QPointF(8, 4), QPointF(10, 6) };
+    const Points p { QPointF(0, 0), QPointF(2, 4), QPointF(4, 0), QPointF(6, 2), QPointF(8, 4),
+        QPointF(10, 6) };
     struct Case
     {
         int from, to;
@@ -254,29 +183,31 @@ TEST(Averaging, IndexesAreClamped)
 
 TEST(Smoothing, KeepsTheEndsOfAnyStroke)
 {
-    QVector<QPointF> out { QPointF(1, 1) };
+    Points out { QPointF(1, 1) };
     Util::getSmoothPoints({}, out, 0.1);
     EXPECT_TRUE(out.isEmpty());
-    const QVector<QPointF> ell = polyline({ QPointF(0, 0), QPointF(0, 40), QPointF(30, 40) });
-    Util::getSmoothPoints(ell, out, 0.1);
-    EXPECT_EQ(out, (QVector<QPointF> { QPointF(0, 0), QPointF(0, 40), QPointF(30, 40) }));
+    Util::getSmoothPoints(polyline({ QPointF(0, 0), QPointF(0, 40), QPointF(30, 40) }), out, 0.1);
+    EXPECT_EQ(out, (Points { QPointF(0, 0), QPointF(0, 40), QPointF(30, 40) }));
 
     std::mt19937 rng(3);
+    std::uniform_real_distribution<double> step(-6.0, 6.0);
+    Points walk { QPointF(0, 0) };
     for (int round = 0; round < 100; ++round) {
-        const QVector<QPointF> points = randomWalk(rng, 1 + round * 3);
-        Util::getSmoothPoints(points, out, round % 2 ? 0.01 : 0.1);
+        Util::getSmoothPoints(walk, out, round % 2 ? 0.01 : 0.1);
         ASSERT_GE(out.size(), 2) << "round " << round;
-        EXPECT_EQ(out.first(), points.first()) << "round " << round;
-        EXPECT_EQ(out.last(), points.last()) << "round " << round;
+        EXPECT_EQ(out.first(), walk.first()) << "round " << round;
+        EXPECT_EQ(out.last(), walk.last()) << "round " << round;
+        for (int k = 0; k < 3; ++k)
+            walk.append(walk.last() + QPointF(step(rng), step(rng)));
     }
 
     // Non-finite coordinates end cleanly, with pieces still covering the stroke.
-    const QVector<QPointF> bad { QPointF(0, 0), QPointF(kNaN, 5), QPointF(10, -kInf),
-        QPointF(kInf, 0), QPointF(30, 9) };
-    QVector<SegmentIndex> segments;
+    const Points bad { QPointF(0, 0), QPointF(kNaN, 5), QPointF(10, -kInf), QPointF(kInf, 0),
+        QPointF(30, 9) };
+    Pieces segments;
     divideStrokeToSegments(bad, segments, 0.0);
     expectCoverage(segments, bad.size());
-    QVector<QPointF> loop = bad;
+    Points loop = bad;
     removeCrossNoise(loop);
     Util::getSmoothPoints(bad, out, 0.0);
     EXPECT_GE(out.size(), 2);

@@ -1,6 +1,11 @@
-// Regression over the labelled sets of real hand-drawn scribbles: the closed-figure
-// accuracy and the rate of handwriting turned into figures must not drop below the
-// recogniser's goals. Skips when the shared data is absent.
+// Regression over the labelled sets of real hand-drawn scribbles, one pass over both
+// files. Closed figures: the accuracy on scribbles whose raw ends pass the closure test.
+// Handwriting: the rate turned into figures. Open figures: the share of each label given
+// its expected category must not drop below what the recogniser reaches today; where
+// that floor is below 90% the limit is the smoothing, not the open-stroke tests (a check
+// mark whose long leg curves smooths to four points and can no longer be a corner of
+// three, a bracket reaches the bracket test only with four points and arms less than
+// half its back, and a v with a hook keeps a fourth point). Skips when the data is absent.
 #include <libutility/geometry/geometry.h>
 #include <libutility/geometry/strokeutil.h>
 #include <libutility/recognition/figurerecogniser.h>
@@ -14,14 +19,18 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+
 using namespace CFigureRecogniser;
 
 namespace {
 
-struct Tally
+struct Goal
 {
-    int closable = 0; // one stroke whose raw ends pass the closure test
-    int matched = 0;
+    std::set<int> accepted;
+    double floorPercent;
+    int corners = 0; // polygons: the corner count the result must have
+    bool closedOnly = false; // counted only when the raw ends pass the closure test
 };
 
 bool endsMeet(const QVector<QVector<QPointF>> &strokes)
@@ -32,61 +41,59 @@ bool endsMeet(const QVector<QVector<QPointF>> &strokes)
     return 0.1 * Util::calcStrokeLength(s) > Util::getDistance(s.first(), s.last());
 }
 
-void evaluate(
-    const QString &file, QMap<QString, Tally> &closed, int &nonFigures, int &turnedIntoFigures)
-{
-    const QString path = QStringLiteral(LIBUTILITY_SHARED_DATA_DIR "/scribbles/") + file;
-    QFile f(path);
-    if (!f.open(QIODevice::ReadOnly))
-        GTEST_SKIP() << "no scribble data at " << path.toStdString();
-    static const QMap<QString, int> polygonCorners
-        = { { "triangle", 3 }, { "rectangle", 4 }, { "star", 5 }, { "five_point_star", 5 } };
-    static const QStringList handwriting = { "arrow", "x", "delete_mark", "pigtail",
-        "question_mark", "left_curly_brace", "right_curly_brace", "asterisk", "H", "I", "N",
-        "half_note", "exclamation_point", "pitchfork" };
-    while (!f.atEnd()) {
-        const QJsonObject o = QJsonDocument::fromJson(f.readLine()).object();
-        const QString label = o.value("label").toString();
-        QVector<QVector<QPointF>> strokes;
-        for (const QJsonValue &s : o.value("strokes").toArray()) {
-            QVector<QPointF> stroke;
-            for (const QJsonValue &p : s.toArray())
-                stroke << QPointF(p.toArray()[0].toDouble(), p.toArray()[1].toDouble());
-            strokes << stroke;
-        }
-        QRectF rect;
-        QVector<QPointF> result;
-        const int category = classifyScribble(strokes, rect, result, 6, true);
-        if (handwriting.contains(label)) {
-            ++nonFigures;
-            turnedIntoFigures += category != cHANDWRITE_DATA;
-        } else if ((polygonCorners.contains(label) || label == "circle") && endsMeet(strokes)) {
-            Tally &t = closed[label];
-            ++t.closable;
-            t.matched += label == "circle"
-                ? category == cCLOSED_CURVE
-                : category == cPOLYGON && result.size() == polygonCorners.value(label);
-        }
-    }
-}
-
 } // namespace
 
-TEST(RealInk, ClosedFiguresAndHandwritingMeetTheGoals)
+TEST(RealInk, FiguresAndHandwritingMeetTheirFloors)
 {
-    QMap<QString, Tally> closed;
-    int nonFigures = 0;
-    int turnedIntoFigures = 0;
+    const QMap<QString, Goal> goals = { { "triangle", { { 102 }, 95.0, 3, true } },
+        { "rectangle", { { 102 }, 95.0, 4, true } }, { "star", { { 102 }, 95.0, 5, true } },
+        { "five_point_star", { { 102 }, 95.0, 5, true } }, { "circle", { { 101 }, 95.0, 0, true } },
+        { "caret", { { 114 }, 90.0 } }, { "v", { { 114 }, 87.0 } },
+        { "check", { { 114, 203, 204 }, 25.0 } }, { "left_sq_bracket", { { 115 }, 18.0 } },
+        { "right_sq_bracket", { { 115 }, 9.0 } }, { "line", { { 205 }, 97.0 } },
+        { "T", { { 206 }, 90.0 } }, { "X", { { 206 }, 93.0 } } };
+    const QStringList handwriting = { "arrow", "x", "delete_mark", "pigtail", "question_mark",
+        "left_curly_brace", "right_curly_brace", "asterisk", "H", "I", "N", "half_note",
+        "exclamation_point", "pitchfork" };
+    QMap<QString, int> total, matched;
+    int nonFigures = 0, turnedIntoFigures = 0;
     for (const char *file : { "unistroke.jsonl", "multistroke-stylus.jsonl" }) {
-        evaluate(file, closed, nonFigures, turnedIntoFigures);
-        if (IsSkipped())
-            return;
+        QFile f(QStringLiteral(LIBUTILITY_SHARED_DATA_DIR "/scribbles/") + file);
+        if (!f.open(QIODevice::ReadOnly))
+            GTEST_SKIP() << "no scribble data at " << f.fileName().toStdString();
+        while (!f.atEnd()) {
+            const QJsonObject o = QJsonDocument::fromJson(f.readLine()).object();
+            const QString label = o.value("label").toString();
+            if (!goals.contains(label) && !handwriting.contains(label))
+                continue;
+            QVector<QVector<QPointF>> strokes;
+            for (const QJsonValue &s : o.value("strokes").toArray()) {
+                QVector<QPointF> stroke;
+                for (const QJsonValue &p : s.toArray())
+                    stroke << QPointF(p.toArray()[0].toDouble(), p.toArray()[1].toDouble());
+                strokes << stroke;
+            }
+            QRectF rect;
+            QVector<QPointF> result;
+            const int category = classifyScribble(strokes, rect, result, 6, true);
+            if (handwriting.contains(label)) {
+                ++nonFigures;
+                turnedIntoFigures += category != cHANDWRITE_DATA;
+                continue;
+            }
+            const Goal &goal = goals[label];
+            if (goal.closedOnly && !endsMeet(strokes))
+                continue;
+            ++total[label];
+            matched[label] += goal.accepted.count(category)
+                && (category != cPOLYGON || result.size() == goal.corners);
+        }
     }
-    ASSERT_EQ(closed.size(), 5);
-    for (auto it = closed.cbegin(); it != closed.cend(); ++it) {
-        ASSERT_GT(it->closable, 250) << it.key().toStdString();
-        EXPECT_GE(100.0 * it->matched / it->closable, 95.0)
-            << it.key().toStdString() << ": " << it->matched << " of " << it->closable;
+    for (auto it = goals.cbegin(); it != goals.cend(); ++it) {
+        const int n = total.value(it.key());
+        ASSERT_GT(n, 250) << it.key().toStdString();
+        EXPECT_GE(100.0 * matched.value(it.key()) / n, it->floorPercent)
+            << it.key().toStdString() << ": " << matched.value(it.key()) << " of " << n;
     }
     ASSERT_GT(nonFigures, 4000);
     EXPECT_LE(100.0 * turnedIntoFigures / nonFigures, 1.0)

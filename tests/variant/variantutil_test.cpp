@@ -14,11 +14,9 @@
 
 namespace {
 
-const CXMLSerializeInfo kNoResources {};
-
-QString rawFragment(const QVariant &value)
+QString rawFragment(const QVariant &value, const CXMLSerializeInfo &info = {})
 {
-    return CVariantUtil::deEscape(CVariantUtil::variantToXMLFragment(kNoResources, value));
+    return CVariantUtil::deEscape(CVariantUtil::variantToXMLFragment(info, value));
 }
 
 QVariant readRaw(const QString &xml)
@@ -42,11 +40,17 @@ QVariant nestedLists(int depth)
     return value;
 }
 
+QByteArray readFile(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
+}
+
 } // namespace
 
 TEST(VariantFragment, WritesTheExactTextOfEachType)
 {
-    EXPECT_EQ(CVariantUtil::variantToXMLFragment(kNoResources, 42),
+    EXPECT_EQ(CVariantUtil::variantToXMLFragment({}, 42),
         "&lt;value&gt;&lt;int&gt;42&lt;/int&gt;&lt;/value&gt;");
     const struct
     {
@@ -54,7 +58,6 @@ TEST(VariantFragment, WritesTheExactTextOfEachType)
         const char *xml;
     } cases[] = {
         { 3.14159265, "<value><double>3.14159</double></value>" },
-        { 1e20, "<value><double>1e+20</double></value>" },
         { false, "<value><boolean>false</boolean></value>" },
         { QByteArray("hi\0x", 4), "<value><base64>aGkAeA==</base64></value>" },
         { QDateTime(QDate(2024, 5, 1), QTime(12, 30, 5), Qt::UTC),
@@ -69,16 +72,11 @@ TEST(VariantFragment, WritesTheExactTextOfEachType)
             "value>" },
         { QVariant(), "<value/>" },
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.xml);
+    for (const auto &c : cases)
         EXPECT_EQ(rawFragment(c.value), QString(c.xml));
-    }
-}
 
-TEST(VariantFragment, WarnsOnQtsChannelAboutUnknownTypes)
-{
     const QtMessageHandler previous = qInstallMessageHandler(collectWarning);
-    rawFragment(QStringList());
+    EXPECT_EQ(readRaw(rawFragment(QStringList())), QVariant(QString()));
     EXPECT_EQ(readRaw("<value><array><data><value><int>1</int></value>"
                       "<value><Foo>2</Foo></value></data></array></value>"),
         QVariant(QVariantList { 1, QVariant() }));
@@ -102,15 +100,12 @@ TEST(VariantEscape, EncodesFiveCharactersAndDecodesEachEntityOnce)
         { "&lt &#60;&nbsp;&LT;", "&lt &#60;&nbsp;&LT;" },
         { "&amp&lt;", "&amp<" },
     };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.in);
-        EXPECT_EQ(CVariantUtil::deEscape(c.in), QString(c.out));
-    }
+    for (const auto &c : cases)
+        EXPECT_EQ(CVariantUtil::deEscape(c.in), QString(c.out)) << c.in;
 }
 
 TEST(VariantReader, ReadsEachFormAsDocumented)
 {
-    const QDateTime local(QDate(2024, 5, 1), QTime(12, 30, 5));
     const struct
     {
         const char *xml;
@@ -120,16 +115,9 @@ TEST(VariantReader, ReadsEachFormAsDocumented)
         { "<value><BOOLEAN>1</BOOLEAN></value>", true },
         { "<value><boolean>TrUe</boolean></value>", true },
         { "<value><boolean> 1</boolean></value>", false },
-        { "<value><Int>7</Int></value>", 7 },
-        { "<value><int>seven</int></value>", 0 },
-        { "<value><datetime>2024-05-01T12:30:05</datetime></value>", local },
-        { "<value><datetime>not a date</datetime></value>", QDateTime() },
-        { "<value/>", QString() },
-        { "<value>   </value>", "   " },
-        { "<value><string> \n\t</string></value>", " \n\t" },
-        { "<value><string><![CDATA[<&>]]></string></value>", "<&>" },
+        { "<value><datetime>2024-05-01T12:30:05</datetime></value>",
+            QDateTime(QDate(2024, 5, 1), QTime(12, 30, 5)) },
         { "<value>ab<int>1</int>cd</value>", "ab1cd" },
-        { "<value> <!-- note --> <int>3</int> <int>4</int></value>", 3 },
         { "<anything><int>5</int></anything>", 5 },
         { "<!DOCTYPE v [<!ENTITY x SYSTEM \"file:///etc/passwd\">]><value>a&x;b</value>", "ab" },
         { "<value><array>\n <data>\n  <value><int>1</int></value>\n  <value>b</value>\n </data>\n"
@@ -141,48 +129,33 @@ TEST(VariantReader, ReadsEachFormAsDocumented)
             QVariantMap { { "k", 2 }, { "novalue", QString() } } },
     };
     for (const auto &c : cases) {
-        SCOPED_TRACE(c.xml);
         const QVariant read = readRaw(c.xml);
-        EXPECT_EQ(read.type(), c.expected.type());
-        EXPECT_EQ(read, c.expected);
+        EXPECT_EQ(read.type(), c.expected.type()) << c.xml;
+        EXPECT_EQ(read, c.expected) << c.xml;
     }
 }
 
-TEST(VariantReader, RefusesMalformedOrHostileText)
+TEST(VariantReader, RefusesMalformedHostileOrTooDeepText)
 {
     QString laughs = "<!DOCTYPE v [<!ENTITY e0 \"aaaaaaaaaa\">";
     for (int i = 1; i < 8; ++i)
         laughs
             += QString("<!ENTITY e%1 \"%2\">").arg(i).arg(QString("&e%1;").arg(i - 1).repeated(10));
-    laughs += "]><value>&e7;</value>";
-    const QString cases[] = {
-        "",
-        "no markup",
-        "<value><int>1</value>",
-        "<value/><value/>",
-        laughs,
-        QString("<value>") + QChar(1) + "</value>",
-    };
-    for (const QString &xml : cases) {
-        SCOPED_TRACE(xml.left(60).toStdString());
-        EXPECT_FALSE(readRaw(xml).isValid());
-    }
-}
+    const int limit = CVariantUtil::MAX_NESTING_DEPTH, deep = 100000;
+    const QString cases[] = { "", "no markup", "<value><int>1</value>", "<value/><value/>",
+        laughs + "]><value>&e7;</value>", QString("<value>") + QChar(1) + "</value>",
+        rawFragment(nestedLists(limit + 1)), QString("<value><array><data>").repeated(deep) };
+    for (const QString &xml : cases)
+        EXPECT_FALSE(readRaw(xml).isValid()) << xml.left(60).toStdString();
 
-TEST(VariantReader, LimitsTheNestingOfValuesButNotOfOtherElements)
-{
-    const int limit = CVariantUtil::MAX_NESTING_DEPTH;
+    // The limit is on values only: deep markup inside a string is just its text.
     EXPECT_EQ(readRaw(rawFragment(nestedLists(limit))), nestedLists(limit));
-    EXPECT_FALSE(readRaw(rawFragment(nestedLists(limit + 1))).isValid());
-
-    const int deep = 100000; // far beyond what a recursive parser survives
-    EXPECT_FALSE(readRaw(QString("<value><array><data>").repeated(deep)).isValid());
-    const QString deepText = "<value><string>" + QString("<a>").repeated(deep) + "x"
-        + QString("</a>").repeated(deep) + "</string></value>";
-    EXPECT_EQ(readRaw(deepText), QVariant("x"));
+    EXPECT_EQ(readRaw("<value><string>" + QString("<a>").repeated(deep) + "x"
+                  + QString("</a>").repeated(deep) + "</string></value>"),
+        QVariant("x"));
 }
 
-TEST(VariantRoundTrip, KeepsNestedValuesOfEverySupportedType)
+TEST(VariantRoundTrip, KeepsNestedValuesButDeliberatelyNotMarkupInStrings)
 {
     const QVariantMap leaf { { "int", -12 }, { "double", 2.5 }, { "bool", false },
         { "bytes", QByteArray("\0\xff", 2) },
@@ -191,80 +164,47 @@ TEST(VariantRoundTrip, KeepsNestedValuesOfEverySupportedType)
     const QVariantMap tree { { "list",
                                  QVariantList { leaf, QVariantList { "two", QVariantList {} } } },
         { " ", "  " }, { "", "\n\t" }, { "text", QString::fromUtf8("\" ' > ünïcode €") } };
-    EXPECT_EQ(CVariantUtil::variantFromXMLFragment(
-                  CVariantUtil::variantToXMLFragment(kNoResources, tree)),
-        QVariant(tree));
-}
-
-TEST(VariantRoundTrip, StringsWithMarkupCharactersDeliberatelyDoNotSurvive)
-{
+    const auto roundTrip = [](const QVariant &value) {
+        return CVariantUtil::variantFromXMLFragment(CVariantUtil::variantToXMLFragment({}, value));
+    };
+    EXPECT_EQ(roundTrip(tree), QVariant(tree));
     // Written raw inside the escaped fragment: deEscape hands the parser bare markup.
-    for (const char *text : { "a < b", "fish & chips" }) {
-        SCOPED_TRACE(text);
-        const QString fragment = CVariantUtil::variantToXMLFragment(kNoResources, QString(text));
-        EXPECT_FALSE(CVariantUtil::variantFromXMLFragment(fragment).isValid());
-    }
-    const QString entity = CVariantUtil::variantToXMLFragment(kNoResources, QString("&lt;"));
-    EXPECT_EQ(CVariantUtil::variantFromXMLFragment(entity), QVariant("<"));
+    EXPECT_FALSE(roundTrip(QString("a < b")).isValid());
+    EXPECT_FALSE(roundTrip(QString("fish & chips")).isValid());
+    EXPECT_EQ(roundTrip(QString("&lt;")), QVariant("<"));
 }
 
 // A string naming a real file, written with real resource directories on disk.
-class VariantResourceFile : public ::testing::Test
+TEST(VariantResourceFile, IsCopiedOnceWithFullPermissionsAndReferencedAfterItsPath)
 {
-protected:
-    void SetUp() override
-    {
-        ASSERT_TRUE(QDir(m_tmp.path()).mkpath("doc/res") && QDir(m_tmp.path()).mkpath("src"));
-        write("src/pic.png", "new");
+    QTemporaryDir tmp;
+    ASSERT_TRUE(QDir(tmp.path()).mkpath("doc/res") && QDir(tmp.path()).mkpath("src"));
+    const QString source = tmp.filePath("src/pic.png"), absent = tmp.filePath("nofile");
+    const QString copy = tmp.filePath("doc/res/pic.png");
+    for (const char *data : { "new", "old" }) {
+        QFile file(source);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(data) == 3);
+        file.close();
+        // Writes the file's path and an absent one into res (missing: fails quietly).
+        for (const char *resources : { "res", "missing" }) {
+            EXPECT_EQ(rawFragment(QVariantList { source, absent },
+                          { "doc.ink", tmp.filePath("doc"), resources }),
+                "<value><array><data><value><string>" + source
+                    + "/resources/pic.png</string></value><value><string>" + absent
+                    + "</string></value></data></array></value>");
+        }
+        EXPECT_EQ(readFile(copy), "new") << "an existing copy is never overwritten";
+        struct stat st
+        {
+        };
+        EXPECT_EQ(stat(QFile::encodeName(copy).constData(), &st), 0);
+        EXPECT_EQ(st.st_mode & 07777, 0777u);
     }
-    void write(const QString &name, const QByteArray &data)
-    {
-        QFile file(m_tmp.filePath(name));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly) && file.write(data) == data.size());
-    }
-    QByteArray read(const QString &name)
-    {
-        QFile file(m_tmp.filePath(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-    }
-    // Writes the file's path and an absent one, and checks the text written for both.
-    void serialise(const char *resourceDirectory)
-    {
-        const QString source = m_tmp.filePath("src/pic.png"), absent = m_tmp.filePath("nofile");
-        EXPECT_EQ(CVariantUtil::deEscape(CVariantUtil::variantToXMLFragment(
-                      { "doc.ink", m_tmp.filePath("doc"), resourceDirectory },
-                      QVariantList { source, absent })),
-            "<value><array><data><value><string>" + source
-                + "/resources/pic.png</string></value><value><string>" + absent
-                + "</string></value></data></array></value>");
-    }
-    QTemporaryDir m_tmp;
-};
+    EXPECT_FALSE(QFile::exists(tmp.filePath("doc/missing")));
 
-TEST_F(VariantResourceFile, IsCopiedWithFullPermissionsAndReferencedAfterItsPath)
-{
-    serialise("res");
-    EXPECT_EQ(read("doc/res/pic.png"), "new");
-    struct stat st
-    {
-    };
-    ASSERT_EQ(stat(QFile::encodeName(m_tmp.filePath("doc/res/pic.png")).constData(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777, 0777u);
-}
-
-TEST_F(VariantResourceFile, NeverOverwritesAndFailsQuietlyWithoutTheDirectory)
-{
-    write("doc/res/pic.png", "old");
-    serialise("res");
-    EXPECT_EQ(read("doc/res/pic.png"), "old");
-    serialise("missing");
-    EXPECT_FALSE(QFile::exists(m_tmp.filePath("doc/missing")));
-}
-
-TEST_F(VariantResourceFile, IsNotCopiedIntoTheFileSystemRootWithoutARootDirectory)
-{
-    const QString name = QFileInfo(m_tmp.path()).fileName() + ".png";
-    write(name, "x");
-    CVariantUtil::variantToXMLFragment({}, m_tmp.filePath(name));
+    // Without a root directory nothing lands in the file system root.
+    const QString name = QFileInfo(tmp.path()).fileName() + ".png";
+    QFile::copy(source, tmp.filePath(name));
+    rawFragment(tmp.filePath(name));
     EXPECT_FALSE(QFile::exists("/" + name));
 }
