@@ -1,5 +1,6 @@
 #include "contactsheet.h"
 
+#include <libutility/geometry/strokeutil.h>
 #include <libutility/recognition/figurerecogniser.h>
 
 #include <QMap>
@@ -22,7 +23,45 @@ QRectF boundsOf(const Sample &sample)
     return bounds;
 }
 
-void drawCell(QPainter &painter, const QRect &cell, const Sample &sample, const Outcome &outcome)
+// What the recogniser saw of a figure other than a polygon or a straight line, drawn
+// from the prepared strokes: the outline of a closed curve, the chord of each stroke of a
+// two-stroke figure, and for a one-stroke bend or bracket the points the open-line test
+// judges (the prepared stroke smoothed once more, factor 0.1). Empty when the prepared
+// strokes were not kept; the cell then shows the rectangle.
+QVector<QPolygonF> openFigure(const Outcome &outcome)
+{
+    using namespace CFigureRecogniser;
+    const QVector<QVector<QPointF>> &prepared = outcome.prepared;
+    if (outcome.category == cCLOSED_CURVE && prepared.size() == 1) {
+        QPolygonF outline(prepared[0]);
+        if (!outline.isEmpty())
+            outline << outline.first();
+        return { outline };
+    }
+    if (prepared.size() == 2 && !prepared[0].isEmpty() && !prepared[1].isEmpty()) {
+        return { QPolygonF(QVector<QPointF> { prepared[0].first(), prepared[0].last() }),
+            QPolygonF(QVector<QPointF> { prepared[1].first(), prepared[1].last() }) };
+    }
+    if (prepared.size() == 1) {
+        QVector<QPointF> points;
+        Util::getSmoothPoints(prepared[0], points, 0.1);
+        return { QPolygonF(points) };
+    }
+    return {};
+}
+
+// The caption colour: green for an expected answer, red for another, black for a
+// sample whose label is not scored.
+QColor captionColour(const Sample &sample, const Outcome &outcome)
+{
+    const Expectation expectation = expectationFor(sample.label);
+    if (expectation.kind == Expect::NotScored)
+        return Qt::black;
+    return matches(sample, expectation, outcome) ? QColor(0, 130, 0) : QColor(200, 0, 0);
+}
+
+void drawCell(QPainter &painter, const QRect &cell, const Sample &sample, const Outcome &outcome,
+    const QString &caption)
 {
     const QRectF bounds = boundsOf(sample);
     const QRectF area = QRectF(cell).adjusted(8, 8, -8, -8 - kCaption);
@@ -53,15 +92,23 @@ void drawCell(QPainter &painter, const QRect &cell, const Sample &sample, const 
     } else if (outcome.category == cLINE || outcome.category == cHORIZONTAL_LINE) {
         painter.drawLine(map(outcome.rect.topLeft()), map(outcome.rect.bottomRight()));
     } else if (outcome.category != cHANDWRITE_DATA) {
-        painter.setPen(QPen(QColor(20, 60, 200), 1, Qt::DashLine));
-        painter.drawRect(QRectF(map(outcome.rect.topLeft()), map(outcome.rect.bottomRight())));
+        const QVector<QPolygonF> figure = openFigure(outcome);
+        if (figure.isEmpty()) {
+            painter.setPen(QPen(QColor(20, 60, 200), 1, Qt::DashLine));
+            painter.drawRect(QRectF(map(outcome.rect.topLeft()), map(outcome.rect.bottomRight())));
+        }
+        for (const QPolygonF &line : figure) {
+            QPolygonF mapped;
+            for (const QPointF &p : line)
+                mapped << map(p);
+            painter.drawPolyline(mapped);
+        }
     }
 
-    const bool ok = matches(sample, expectationFor(sample.label), outcome);
-    const bool scored = expectationFor(sample.label).kind != Expect::NotScored;
-    painter.setPen(!scored ? Qt::black : ok ? QColor(0, 130, 0) : QColor(200, 0, 0));
-    painter.drawText(QRect(cell.left(), cell.bottom() - kCaption, cell.width(), kCaption),
-        Qt::AlignCenter, answerKey(outcome));
+    painter.setPen(captionColour(sample, outcome));
+    const QRect captionRect(cell.left() + 2, cell.bottom() - kCaption, cell.width() - 4, kCaption);
+    painter.drawText(captionRect, Qt::AlignCenter,
+        painter.fontMetrics().elidedText(caption, Qt::ElideMiddle, captionRect.width()));
     painter.setPen(QColor(225, 225, 225));
     painter.setBrush(Qt::NoBrush);
     painter.drawRect(cell.adjusted(0, 0, -1, -1));
@@ -95,8 +142,35 @@ QImage drawContactSheet(
         for (int k = 0; k < shown; ++k) {
             const int index = indexes[int(qint64(k) * indexes.size() / shown)];
             drawCell(painter, QRect(kLabelColumn + k * kCell, row * kCell, kCell, kCell),
-                samples[index], outcomes[index]);
+                samples[index], outcomes[index], answerKey(outcomes[index]));
         }
     }
+    return image;
+}
+
+QImage drawGridSheet(const QVector<Sample> &samples, const QVector<Outcome> &outcomes, int columns)
+{
+    columns = std::max(1, std::min(columns, int(samples.size())));
+    const int rows = std::max(1, int((samples.size() + columns - 1) / columns));
+    const int cell = kCell + 40;
+    QImage image(columns * cell, rows * cell, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    for (int i = 0; i < samples.size(); ++i)
+        drawCell(painter, QRect((i % columns) * cell, (i / columns) * cell, cell, cell), samples[i],
+            outcomes[i], samples[i].name + ": " + answerKey(outcomes[i]));
+    return image;
+}
+
+QImage drawScribblePicture(const Sample &sample, const Outcome &outcome, int size)
+{
+    QImage image(size, size, QImage::Format_RGB32);
+    image.fill(Qt::white);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    drawCell(painter, QRect(0, 0, size, size), sample, outcome,
+        QStringLiteral("%1: %2 %3")
+            .arg(sample.name, answerKey(outcome), categoryName(outcome.category)));
     return image;
 }

@@ -12,4 +12,11 @@
 QImage drawContactSheet(
     const QVector<Sample> &samples, const QVector<Outcome> &outcomes, int perLabel);
 
+// Every sample in reading order, `columns` to a row, each captioned with its name and
+// answer: the sheet for scribbles whose labels mean little (ink files).
+QImage drawGridSheet(const QVector<Sample> &samples, const QVector<Outcome> &outcomes, int columns);
+
+// One scribble on its own, size pixels square, captioned with its name and answer.
+QImage drawScribblePicture(const Sample &sample, const Outcome &outcome, int size);
+
 #endif

@@ -66,8 +66,9 @@ QString describe(const Expectation &e)
 Outcome recognise(const Sample &sample, const Settings &settings)
 {
     Outcome outcome;
-    outcome.category = classifyScribble(
-        sample.strokes, outcome.rect, outcome.result, settings.cornerLimit, settings.normalize);
+    outcome.category
+        = classifyScribble(sample.strokes, outcome.rect, outcome.result, settings.cornerLimit,
+            settings.normalize, settings.keepPrepared ? &outcome.prepared : nullptr);
     if (outcome.category == cPOLYGON)
         outcome.corners = outcome.result.size();
     return outcome;
@@ -143,6 +144,23 @@ QString answerKey(const Outcome &o)
     return QString::number(o.category);
 }
 
+QString categoryName(int category)
+{
+    static const QMap<int, QString> names = {
+        { cHANDWRITE_DATA, QStringLiteral("handwriting") },
+        { cCLOSED_CURVE, QStringLiteral("closed curve") },
+        { cPOLYGON, QStringLiteral("polygon") },
+        { cLINE, QStringLiteral("line") },
+        { cHORIZONTAL_LINE, QStringLiteral("horizontal line") },
+        { cBENT_LINE, QStringLiteral("bent line") },
+        { cTHREE_SEGMENT_LINE, QStringLiteral("three-segment line") },
+        { cUNEQUAL_BEND_A, QStringLiteral("unequal bend A") },
+        { cUNEQUAL_BEND_B, QStringLiteral("unequal bend B") },
+        { cTWO_STROKE_FIGURE, QStringLiteral("two-stroke figure") },
+    };
+    return names.value(category, QStringLiteral("unknown"));
+}
+
 namespace {
 
 struct LabelStats
@@ -163,18 +181,16 @@ QString percent(int part, int whole)
 
 } // namespace
 
-QVector<Outcome> printSummary(
-    QTextStream &out, const QVector<Sample> &samples, const Settings &settings)
+void printSummary(QTextStream &out, const QVector<Sample> &samples,
+    const QVector<Outcome> &outcomes, const Settings &settings)
 {
-    QVector<Outcome> outcomes;
-    outcomes.reserve(samples.size());
     QMap<QString, LabelStats> stats;
     QStringList order;
     int nonFigures = 0;
     int nonFiguresAsFigures = 0;
-    for (const Sample &sample : samples) {
-        const Outcome outcome = recognise(sample, settings);
-        outcomes.append(outcome);
+    for (int i = 0; i < samples.size(); ++i) {
+        const Sample &sample = samples[i];
+        const Outcome &outcome = outcomes[i];
         if (!stats.contains(sample.label))
             order.append(sample.label);
         LabelStats &s = stats[sample.label];
@@ -226,5 +242,4 @@ QVector<Outcome> printSummary(
     }
     out << "non-figure labels turned into figures: " << nonFiguresAsFigures << " of " << nonFigures
         << " (" << percent(nonFiguresAsFigures, nonFigures) << ")\n";
-    return outcomes;
 }

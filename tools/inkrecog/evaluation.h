@@ -12,6 +12,8 @@ struct Settings
 {
     int cornerLimit = 6;
     bool normalize = true;
+    // Keep the recogniser's prepared strokes in Outcome::prepared (for drawing).
+    bool keepPrepared = false;
 };
 
 struct Outcome
@@ -20,6 +22,7 @@ struct Outcome
     int corners = 0; // for polygons
     QRectF rect;
     QVector<QPointF> result;
+    QVector<QVector<QPointF>> prepared; // when Settings::keepPrepared
 };
 
 // What a label should give. NotScored labels are reported but never counted.
@@ -51,10 +54,13 @@ bool matches(const Sample &sample, const Expectation &expectation, const Outcome
 bool endsMeet(const Sample &sample);
 // "0", "101", "102/4" ...
 QString answerKey(const Outcome &outcome);
+// A short name of a category ("handwriting", "polygon", ...); "unknown" for a value the
+// recogniser does not return.
+QString categoryName(int category);
 
-// Classifies every sample and prints the per-label table; returns the outcomes in
-// sample order.
-QVector<Outcome> printSummary(
-    QTextStream &out, const QVector<Sample> &samples, const Settings &settings);
+// Prints the per-label table of samples classified as outcomes (outcomes[i] belongs to
+// samples[i]).
+void printSummary(QTextStream &out, const QVector<Sample> &samples,
+    const QVector<Outcome> &outcomes, const Settings &settings);
 
 #endif

@@ -1,22 +1,29 @@
 #include "scribbleset.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 
 namespace {
 
-bool parseStrokes(const QJsonArray &array, QVector<QVector<QPointF>> &strokes)
+bool parseStrokes(const QJsonArray &array, QVector<QVector<QPointF>> &strokes, QString *error)
 {
-    for (const QJsonValue &strokeValue : array) {
-        if (!strokeValue.isArray())
+    for (int s = 0; s < array.size(); ++s) {
+        if (!array[s].isArray()) {
+            *error = QStringLiteral("stroke %1 is not a list of points").arg(s + 1);
             return false;
+        }
+        const QJsonArray points = array[s].toArray();
         QVector<QPointF> stroke;
-        for (const QJsonValue &pointValue : strokeValue.toArray()) {
-            const QJsonArray xy = pointValue.toArray();
-            if (xy.size() != 2 || !xy[0].isDouble() || !xy[1].isDouble())
+        stroke.reserve(points.size());
+        for (int p = 0; p < points.size(); ++p) {
+            const QJsonArray xy = points[p].toArray();
+            if (xy.size() != 2 || !xy[0].isDouble() || !xy[1].isDouble()) {
+                *error = QStringLiteral("point %1 of stroke %2 is not a pair of numbers")
+                             .arg(p + 1)
+                             .arg(s + 1);
                 return false;
+            }
             stroke.append(QPointF(xy[0].toDouble(), xy[1].toDouble()));
         }
         strokes.append(stroke);
@@ -24,38 +31,43 @@ bool parseStrokes(const QJsonArray &array, QVector<QVector<QPointF>> &strokes)
     return true;
 }
 
+bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 } // namespace
 
-bool loadSamples(const QString &path, QVector<Sample> &samples, QString *error)
+bool parseSampleLine(const QByteArray &line, Sample &sample, QString *error)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        *error = QStringLiteral("%1: %2").arg(path, file.errorString());
+    QJsonParseError parseError;
+    const QJsonDocument doc = QJsonDocument::fromJson(line, &parseError);
+    if (doc.isNull()) {
+        *error = QStringLiteral("not JSON (%1 at column %2)")
+                     .arg(parseError.errorString())
+                     .arg(parseError.offset + 1);
         return false;
     }
-    int lineNumber = 0;
-    while (!file.atEnd()) {
-        const QByteArray line = file.readLine().trimmed();
-        ++lineNumber;
-        if (line.isEmpty())
-            continue;
-        QJsonParseError parseError;
-        const QJsonDocument doc = QJsonDocument::fromJson(line, &parseError);
-        Sample sample;
-        const QJsonObject object = doc.object();
-        if (doc.isNull() || !object.value("strokes").isArray()
-            || !parseStrokes(object.value("strokes").toArray(), sample.strokes)) {
-            *error = QStringLiteral("%1:%2: not a scribble sample%3")
-                         .arg(path)
-                         .arg(lineNumber)
-                         .arg(doc.isNull() ? QStringLiteral(" (") + parseError.errorString() + ')'
-                                           : QString());
-            return false;
-        }
-        sample.label = object.value("label").toString();
-        sample.user = object.value("user").toString();
-        sample.speed = object.value("speed").toString();
-        samples.append(sample);
+    const QJsonObject object = doc.object();
+    if (!doc.isObject() || !object.value("strokes").isArray()) {
+        *error = QStringLiteral("not a scribble: no \"strokes\" list");
+        return false;
     }
+    sample.strokes.clear();
+    if (!parseStrokes(object.value("strokes").toArray(), sample.strokes, error))
+        return false;
+    sample.label = object.value("label").toString();
+    sample.user = object.value("user").toString();
+    sample.speed = object.value("speed").toString();
     return true;
+}
+
+bool looksLikeJsonLines(const QByteArray &data)
+{
+    int i = 0;
+    while (i < data.size() && isBlank(data[i]))
+        ++i;
+    if (i == data.size() || data[i] != '{')
+        return false;
+    ++i;
+    while (i < data.size() && isBlank(data[i]))
+        ++i;
+    return i < data.size() && (data[i] == '"' || data[i] == '}');
 }

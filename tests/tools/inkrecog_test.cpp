@@ -1,0 +1,502 @@
+// inkrecog as users meet it: the real program run through QProcess on real files, and
+// the ink file check it runs before CScribble::readFrom.
+#include "inkcheck.h"
+
+#include <libutility/ink/scribble.h>
+#include <libutility/ink/stroke.h>
+
+#include <gtest/gtest.h>
+
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QtEndian>
+
+#include <cmath>
+#include <sstream>
+
+#include "support/printers.h"
+
+namespace {
+
+// ---------------------------------------------------------------------------------------
+// Writing inputs
+
+QByteArray int32s(std::initializer_list<qint32> values)
+{
+    QByteArray bytes;
+    for (qint32 v : values) {
+        char le[4];
+        qToLittleEndian(v, le);
+        bytes.append(le, 4);
+    }
+    return bytes;
+}
+
+// A closed regular polygon of n corners, 5 px between points, as one stroke.
+QVector<QPoint> polygon(int n, double radius = 100.0, QPoint centre = QPoint(200, 200))
+{
+    QVector<QPoint> points;
+    for (int k = 0; k < n; ++k) {
+        const double a0 = 2 * M_PI * k / n - M_PI / 2, a1 = 2 * M_PI * (k + 1) / n - M_PI / 2;
+        const QPointF p0 = centre + radius * QPointF(std::cos(a0), std::sin(a0));
+        const QPointF p1 = centre + radius * QPointF(std::cos(a1), std::sin(a1));
+        const int steps = int(std::hypot(p1.x() - p0.x(), p1.y() - p0.y()) / 5);
+        for (int s = 0; s < steps; ++s)
+            points << (p0 + (p1 - p0) * s / steps).toPoint();
+    }
+    points << points.first();
+    return points;
+}
+
+QByteArray inkBytes(const QVector<QVector<QPoint>> &strokes)
+{
+    CScribble scribble;
+    for (const QVector<QPoint> &points : strokes) {
+        CStroke stroke;
+        for (const QPoint &p : points)
+            stroke.addPoint(p);
+        scribble.addStroke(stroke);
+    }
+    std::ostringstream out;
+    scribble.writeTo(out);
+    return QByteArray::fromStdString(out.str());
+}
+
+QByteArray jsonLine(const QVector<QPoint> &points, const QString &label)
+{
+    QJsonArray stroke;
+    for (const QPoint &p : points)
+        stroke.append(QJsonArray { p.x(), p.y() });
+    QJsonObject object { { "label", label }, { "strokes", QJsonArray { stroke } } };
+    return QJsonDocument(object).toJson(QJsonDocument::Compact) + '\n';
+}
+
+void writeFile(const QString &path, const QByteArray &bytes)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly)) << path.toStdString();
+    file.write(bytes);
+}
+
+// ---------------------------------------------------------------------------------------
+// Running the program
+
+struct ToolRun
+{
+    int status = -1;
+    QByteArray out;
+    QByteArray err;
+    QList<QJsonObject> json() const
+    {
+        QList<QJsonObject> objects;
+        for (const QByteArray &line : out.split('\n'))
+            if (!line.isEmpty())
+                objects << QJsonDocument::fromJson(line).object();
+        return objects;
+    }
+};
+
+ToolRun inkrecog(const QStringList &arguments, const QByteArray &input = QByteArray(),
+    const QString &workingDirectory = QString(), const QStringList &environment = QStringList())
+{
+    QProcess process;
+    process.setProgram(INKRECOG_PATH);
+    process.setArguments(arguments);
+    if (!workingDirectory.isEmpty())
+        process.setWorkingDirectory(workingDirectory);
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.remove("LIBUTILITY_LOG_LEVEL");
+    for (const QString &entry : environment)
+        env.insert(entry.section('=', 0, 0), entry.section('=', 1));
+    process.setProcessEnvironment(env);
+    process.start();
+    process.write(input);
+    process.closeWriteChannel();
+    ToolRun run;
+    if (!process.waitForFinished(60000)) {
+        process.kill();
+        process.waitForFinished();
+        ADD_FAILURE() << "inkrecog did not finish: " << arguments.join(' ').toStdString();
+        return run;
+    }
+    run.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    run.out = process.readAllStandardOutput();
+    run.err = process.readAllStandardError();
+    return run;
+}
+
+class InkrecogTest : public ::testing::Test
+{
+protected:
+    QString path(const QString &name) const { return m_dir.filePath(name); }
+    QTemporaryDir m_dir;
+};
+
+// ---------------------------------------------------------------------------------------
+// The check of ink files, on bytes
+
+struct CheckCase
+{
+    const char *name;
+    QByteArray bytes;
+    bool ok;
+    quint64 offset;
+    const char *problem; // a part of the message
+};
+
+TEST(InkCheck, FindsTheFirstFaultAndWhereItIs)
+{
+    inkcheck::InkCheckOptions limits;
+    limits.maxStrokes = 100;
+    limits.maxPoints = 1000;
+    const QByteArray square = inkBytes({ polygon(4) });
+    const CheckCase cases[] = {
+        { "empty", QByteArray(), false, 0, "empty" },
+        { "three bytes", QByteArray(3, '\0'), false, 0, "too short" },
+        { "negative stroke count", int32s({ -1 }), false, 0, "negative stroke count -1" },
+        { "stroke count cannot fit", int32s({ 3, 0, 0 }), false, 0, "cannot fit" },
+        { "huge stroke count", int32s({ 0x7fffffff, 0 }), false, 0, "cannot fit" },
+        { "stroke count over the limit", int32s({ 101 }) + QByteArray(404, '\0'), false, 0,
+            "limit of 100" },
+        { "point count missing", int32s({ 2, 1, 5, 6 }), false, 16,
+            "data ends before the point count of stroke 2 of 2" },
+        { "negative point count", int32s({ 2, 0, -3 }), false, 8, "negative point count -3" },
+        { "lying point count", int32s({ 1, 5, 1, 2, 3, 4 }), false, 4, "needs 40 bytes, 16 left" },
+        { "huge point count", int32s({ 1, 0x7fffffff, 1, 2 }), false, 4, "needs" },
+        { "points over the limit", int32s({ 1, 1001 }) + QByteArray(8008, '\0'), false, 4,
+            "limit of 1000" },
+        { "trailing bytes", int32s({ 1, 1, 5, 6, 7 }), false, 16, "4 trailing bytes" },
+        { "truncated square", square.left(square.size() - 3), false, 4, "needs" },
+        { "no strokes", int32s({ 0 }), true, 0, "" },
+        { "empty strokes", int32s({ 2, 0, 0 }), true, 0, "" },
+        { "square", square, true, 0, "" },
+    };
+    for (const CheckCase &c : cases) {
+        SCOPED_TRACE(c.name);
+        const auto *data = reinterpret_cast<const unsigned char *>(c.bytes.constData());
+        const inkcheck::InkCheckResult r = inkcheck::checkInk(data, c.bytes.size(), limits);
+        EXPECT_EQ(r.ok, c.ok) << r.problem;
+        EXPECT_EQ(r.offset, c.offset);
+        EXPECT_NE(r.problem.find(c.problem), std::string::npos) << r.problem;
+        EXPECT_EQ(r.problem.empty(), c.ok);
+        if (r.ok) {
+            EXPECT_EQ(r.used, quint64(c.bytes.size()));
+        }
+
+        // The stream form seeks over the points; it must judge exactly as the buffer form,
+        // also when the data starts in the middle of a stream.
+        std::istringstream in("xyz" + c.bytes.toStdString());
+        in.seekg(3);
+        const inkcheck::InkCheckResult s = inkcheck::checkInk(in, c.bytes.size(), limits);
+        EXPECT_EQ(s.ok, r.ok);
+        EXPECT_EQ(s.offset, r.offset);
+        EXPECT_EQ(s.problem, r.problem);
+    }
+}
+
+TEST(InkCheck, AcceptedDataIsExactlyWhatReadFromConsumes)
+{
+    const QByteArray bytes = inkBytes({ polygon(3), {}, polygon(6) }) + "tail";
+    inkcheck::InkCheckOptions options;
+    options.allowTrailingBytes = true;
+    const auto r = inkcheck::checkInk(
+        reinterpret_cast<const unsigned char *>(bytes.constData()), bytes.size(), options);
+    ASSERT_TRUE(r.ok) << r.problem;
+    EXPECT_EQ(r.strokes, 3u);
+    std::istringstream in(bytes.toStdString());
+    CScribble scribble;
+    scribble.readFrom(in);
+    EXPECT_EQ(quint64(in.tellg()), r.used);
+    EXPECT_EQ(r.used, quint64(bytes.size() - 4));
+    quint64 points = 0;
+    for (long i = 0; i < scribble.getStrokeNum(); ++i)
+        points += quint64(scribble.getStrokeAt(i).getPointNum());
+    EXPECT_EQ(points, r.points);
+}
+
+// ---------------------------------------------------------------------------------------
+// The program
+
+TEST_F(InkrecogTest, ClassifiesInkFilesAndPrintsAnAlignedTable)
+{
+    writeFile(path("square.ink"), inkBytes({ polygon(4) }));
+    writeFile(path("hexagon.ink"), inkBytes({ polygon(6) }));
+    const ToolRun run = inkrecog({ "square.ink", "hexagon.ink" }, {}, m_dir.path());
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.err.isEmpty()) << run.err.toStdString();
+    const QList<QByteArray> lines = run.out.trimmed().split('\n');
+    ASSERT_EQ(lines.size(), 3) << run.out.toStdString();
+    EXPECT_TRUE(lines[0].startsWith("SOURCE"));
+    EXPECT_TRUE(lines[1].startsWith("square.ink ")) << lines[1].toStdString();
+    EXPECT_TRUE(lines[1].contains(" 102/4 ") && lines[1].contains(" polygon "));
+    EXPECT_TRUE(lines[2].contains(" 102/6 "));
+    // Aligned: every column starts at the same place in every line.
+    for (const char *column : { "CODE", "NAME", "RECT", "CORNERS" }) {
+        const int at = lines[0].indexOf(column);
+        EXPECT_EQ(lines[1].at(at - 1), ' ');
+        EXPECT_NE(lines[1].at(at), ' ') << column;
+        EXPECT_NE(lines[2].at(at), ' ') << column;
+    }
+}
+
+TEST_F(InkrecogTest, JsonOutputCarriesCategoryRectAndEachCornerOnce)
+{
+    writeFile(path("square.ink"), inkBytes({ polygon(4) }));
+    writeFile(path("line.ink"), inkBytes({ { QPoint(10, 50), QPoint(100, 52), QPoint(200, 51) } }));
+    const ToolRun run = inkrecog({ "--json", path("square.ink"), path("line.ink") });
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    const QList<QJsonObject> objects = run.json();
+    ASSERT_EQ(objects.size(), 2) << run.out.toStdString();
+
+    const QJsonObject square = objects[0];
+    EXPECT_EQ(square["source"].toString(), path("square.ink"));
+    EXPECT_EQ(square["category"].toInt(), 102);
+    EXPECT_EQ(square["name"].toString(), "polygon");
+    const QJsonArray corners = square["corners"].toArray();
+    ASSERT_EQ(corners.size(), 4);
+    const QJsonArray rect = square["rect"].toArray();
+    ASSERT_EQ(rect.size(), 4);
+    for (const QJsonValue &corner : corners) {
+        const double x = corner.toArray()[0].toDouble(), y = corner.toArray()[1].toDouble();
+        EXPECT_GE(x, rect[0].toDouble() - 1e-6);
+        EXPECT_LE(x, rect[0].toDouble() + rect[2].toDouble() + 1e-6);
+        EXPECT_GE(y, rect[1].toDouble() - 1e-6);
+        EXPECT_LE(y, rect[1].toDouble() + rect[3].toDouble() + 1e-6);
+    }
+    EXPECT_NE(corners.first(), corners.last()) << "the closing copy of the start is dropped";
+
+    EXPECT_EQ(objects[1]["category"].toInt(), 205);
+    EXPECT_FALSE(objects[1].contains("corners"));
+
+    // An independent reader takes the lines as they are.
+    QProcess python;
+    python.start("python3",
+        { "-c",
+            "import json, sys\n"
+            "rows = [json.loads(line) for line in sys.stdin]\n"
+            "print(' '.join('%d/%d' % (r['category'], len(r.get('corners', []))) for r in "
+            "rows))" });
+    if (!python.waitForStarted())
+        GTEST_SKIP() << "python3 is not installed";
+    python.write(run.out);
+    python.closeWriteChannel();
+    ASSERT_TRUE(python.waitForFinished());
+    EXPECT_EQ(python.readAllStandardOutput().trimmed(), "102/4 205/0");
+}
+
+TEST_F(InkrecogTest, CornerLimitAndNormalisationOptionsReachTheRecogniser)
+{
+    writeFile(path("hexagon.ink"), inkBytes({ polygon(6) }));
+    EXPECT_EQ(inkrecog({ "--json", path("hexagon.ink") }).json().value(0)["category"].toInt(), 102);
+    EXPECT_EQ(inkrecog({ "--json", "--corner-limit", "5", path("hexagon.ink") })
+                  .json()
+                  .value(0)["category"]
+                  .toInt(),
+        101);
+
+    // A slightly skewed square is snapped to a square only when normalising.
+    QVector<QPoint> rough;
+    const QPoint corners[] = { { 100, 100 }, { 306, 94 }, { 309, 301 }, { 97, 296 }, { 100, 100 } };
+    for (int k = 0; k < 4; ++k)
+        for (int s = 0; s < 40; ++s)
+            rough << corners[k] + (corners[k + 1] - corners[k]) * s / 40;
+    rough << rough.first();
+    writeFile(path("rough.ink"), inkBytes({ rough }));
+    const QJsonObject snapped = inkrecog({ "--json", path("rough.ink") }).json().value(0);
+    const QJsonObject raw
+        = inkrecog({ "--json", "--no-normalize", path("rough.ink") }).json().value(0);
+    ASSERT_EQ(snapped["category"].toInt(), 102);
+    ASSERT_EQ(raw["category"].toInt(), 102);
+    EXPECT_NE(snapped["corners"], raw["corners"]);
+    const QJsonArray square = snapped["corners"].toArray();
+    ASSERT_EQ(square.size(), 4);
+    EXPECT_NEAR(square[0].toArray()[0].toDouble(), square[1].toArray()[0].toDouble(), 1e-6)
+        << "snapped to an axis-aligned square";
+}
+
+// Every kind of bad file is reported as "file: byte offset: what", skipped, and the run
+// goes on with the next input; the status says some were bad.
+TEST_F(InkrecogTest, BadInkFilesAreReportedAndSkipped)
+{
+    const QByteArray square = inkBytes({ polygon(4) });
+    struct Bad
+    {
+        const char *file;
+        QByteArray bytes;
+        QByteArray report;
+    };
+    const Bad bad[] = {
+        { "empty.ink", QByteArray(), "empty.ink: 0: empty" },
+        { "truncated.ink", square.left(square.size() / 2), "truncated.ink: 4: point count" },
+        { "lying.ink", int32s({ 1000000, 0 }), "lying.ink: 0: stroke count 1000000 cannot fit" },
+        { "negative.ink", int32s({ -7 }), "negative.ink: 0: negative stroke count" },
+        { "trailing.ink", square + "x",
+            "trailing.ink: " + QByteArray::number(square.size()) + ": 1 trailing bytes" },
+        { "text.ink", "this is not ink at all\n", "text.ink: 0: " },
+        { "picture.dat", QByteArray::fromHex("89504e470d0a1a0a0000000d49484452"),
+            "picture.dat: 0: " },
+    };
+    QStringList arguments { "--json" };
+    for (const Bad &b : bad) {
+        writeFile(path(b.file), b.bytes);
+        arguments << b.file;
+    }
+    writeFile(path("good.ink"), square);
+    arguments << "good.ink";
+    const ToolRun run = inkrecog(arguments, {}, m_dir.path());
+    EXPECT_EQ(run.status, 1);
+    const QList<QJsonObject> objects = run.json();
+    ASSERT_EQ(objects.size(), 1) << run.out.toStdString();
+    EXPECT_EQ(objects[0]["source"].toString(), "good.ink");
+    for (const Bad &b : bad) {
+        SCOPED_TRACE(b.file);
+        EXPECT_TRUE(run.err.contains(QByteArray("inkrecog: ") + b.report)) << run.err.toStdString();
+    }
+    EXPECT_EQ(run.err.count('\n'), int(std::size(bad))) << run.err.toStdString();
+}
+
+TEST_F(InkrecogTest, JsonLinesAreReadLineByLineAndBadLinesSkipped)
+{
+    QByteArray lines = jsonLine(polygon(3), "triangle");
+    lines += "\n"; // blank lines do not count as scribbles
+    lines += "{\"strokes\": [[[1, 2], [3]]]}\n";
+    lines += "not json\n";
+    lines += jsonLine(polygon(4), "rectangle");
+    writeFile(path("set.jsonl"), lines);
+    const ToolRun run = inkrecog({ "--json", "set.jsonl" }, {}, m_dir.path());
+    EXPECT_EQ(run.status, 1);
+    const QList<QJsonObject> objects = run.json();
+    ASSERT_EQ(objects.size(), 2) << run.err.toStdString();
+    EXPECT_EQ(objects[0]["source"].toString(), "set.jsonl:1");
+    EXPECT_EQ(objects[0]["label"].toString(), "triangle");
+    EXPECT_EQ(objects[0]["category"].toInt(), 102);
+    EXPECT_EQ(objects[1]["source"].toString(), "set.jsonl:5");
+    EXPECT_TRUE(run.err.contains("set.jsonl:3: point 2 of stroke 1")) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("set.jsonl:4: not JSON")) << run.err.toStdString();
+}
+
+TEST_F(InkrecogTest, DirectoriesAreSearchedAtAnyDepthInPathOrder)
+{
+    writeFile(path("set/b.ink"), inkBytes({ polygon(4) }));
+    writeFile(path("set/a/deep/c.jsonl"), jsonLine(polygon(3), "triangle"));
+    writeFile(path("set/notes.txt"), "not an input");
+    writeFile(path("set/.hidden/d.ink"), "broken");
+    const ToolRun run = inkrecog({ "--json", "set" }, {}, m_dir.path());
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    QStringList sources;
+    for (const QJsonObject &object : run.json())
+        sources << object["source"].toString();
+    EXPECT_EQ(sources, QStringList({ "set/a/deep/c.jsonl:1", "set/b.ink" }));
+}
+
+TEST_F(InkrecogTest, StandardInputIsReadAsInkOrJsonByItsContent)
+{
+    struct Case
+    {
+        const char *name;
+        QByteArray input;
+        int status;
+        int category;
+    };
+    const Case cases[] = {
+        { "ink", inkBytes({ polygon(4) }), 0, 102 },
+        { "json", jsonLine(polygon(3), "t"), 0, 102 },
+        { "lying ink", int32s({ 5, 100 }), 1, -1 },
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        const ToolRun run = inkrecog({ "--json", "-" }, c.input);
+        EXPECT_EQ(run.status, c.status) << run.err.toStdString();
+        if (c.category < 0) {
+            EXPECT_TRUE(run.err.startsWith("inkrecog: (standard input): 0: "))
+                << run.err.toStdString();
+            continue;
+        }
+        ASSERT_EQ(run.json().size(), 1);
+        EXPECT_TRUE(run.json()[0]["source"].toString().startsWith("(standard input)"));
+        EXPECT_EQ(run.json()[0]["category"].toInt(), c.category);
+    }
+}
+
+TEST_F(InkrecogTest, UsageErrorsExitWithTwoAndMissingInputsWithOne)
+{
+    writeFile(path("square.ink"), inkBytes({ polygon(4) }));
+    const struct
+    {
+        QStringList arguments;
+        int status;
+        const char *message;
+    } cases[] = {
+        { {}, 2, "no input" },
+        { { "--bogus", "square.ink" }, 2, "bogus" },
+        { { "--corner-limit", "many", "square.ink" }, 2, "--corner-limit" },
+        { { "--max-points", "0", "square.ink" }, 2, "--max-points" },
+        { { "--format", "xml", "square.ink" }, 2, "--format" },
+        { { "--json", "--summary", "square.ink" }, 2, "cannot be combined" },
+        { { "-", "-" }, 2, "only once" },
+        { { "missing.ink", "square.ink" }, 1, "missing.ink: no such file" },
+        { { "square.ink" }, 0, "" },
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.arguments.join(' ').toStdString());
+        const ToolRun run = inkrecog(c.arguments, {}, m_dir.path());
+        EXPECT_EQ(run.status, c.status);
+        EXPECT_TRUE(run.err.contains(c.message)) << run.err.toStdString();
+        EXPECT_EQ(run.out.contains("square.ink"), c.status != 2);
+    }
+    const ToolRun help = inkrecog({ "--help" });
+    EXPECT_EQ(help.status, 0);
+    EXPECT_TRUE(help.out.contains("--corner-limit") && help.out.contains("Exit status"));
+}
+
+TEST_F(InkrecogTest, DrawsOnePicturePerScribbleAndAContactSheet)
+{
+    writeFile(path("in/square.ink"), inkBytes({ polygon(4) }));
+    writeFile(path("in/sub/square.ink"), inkBytes({ polygon(4) }));
+    writeFile(path("in/set.jsonl"), jsonLine(polygon(3), "triangle") + jsonLine(polygon(5), "p"));
+    const ToolRun run
+        = inkrecog({ "--png", path("png"), "--sheet", path("sheet.png"), path("in") });
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.err.isEmpty()) << run.err.toStdString();
+    QStringList pictures = QDir(path("png")).entryList(QDir::Files, QDir::Name);
+    EXPECT_EQ(pictures, QStringList({ "set-1.png", "set-2.png", "square-2.png", "square.png" }));
+    for (const QString &picture : pictures)
+        EXPECT_FALSE(QImage(path("png/") + picture).isNull()) << picture.toStdString();
+    EXPECT_FALSE(QImage(path("sheet.png")).isNull());
+
+    const ToolRun unwritable = inkrecog({ "--sheet", path("no/such/dir/sheet.png"), path("in") });
+    EXPECT_EQ(unwritable.status, 1);
+    EXPECT_TRUE(unwritable.err.contains("cannot write the contact sheet"));
+}
+
+TEST_F(InkrecogTest, SummaryScoresLabelledInput)
+{
+    writeFile(
+        path("set.jsonl"), jsonLine(polygon(3), "triangle") + jsonLine(polygon(4), "triangle"));
+    const ToolRun run = inkrecog({ "--summary", path("set.jsonl") });
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    const QByteArray row = run.out.mid(run.out.indexOf("\ntriangle"));
+    EXPECT_TRUE(row.contains(" 50.0%")) << run.out.toStdString();
+    EXPECT_TRUE(row.contains("102/3:1 102/4:1")) << run.out.toStdString();
+}
+
+TEST_F(InkrecogTest, TraceLinesAreSwitchedOnFromTheEnvironment)
+{
+    writeFile(path("square.ink"), inkBytes({ polygon(4) }));
+    const ToolRun quiet = inkrecog({ path("square.ink") });
+    EXPECT_FALSE(quiet.err.contains("Enter")) << quiet.err.toStdString();
+    const ToolRun traced
+        = inkrecog({ path("square.ink") }, {}, {}, { "LIBUTILITY_LOG_LEVEL=TRACE" });
+    EXPECT_EQ(traced.status, 0);
+    EXPECT_TRUE(traced.err.contains("figurerecogniser\t")) << traced.err.left(500).toStdString();
+    EXPECT_TRUE(traced.err.contains("Enter classifyScribble"));
+}
+
+} // namespace
