@@ -222,10 +222,9 @@ void binaryRead(std::istream &in, double &value)
     TRACE_RETURN_SHOWING(value);
 }
 
-namespace {
-
-// The general path for points: any stream state, any buffer, and the trace lines.
-Q_NEVER_INLINE void readPointTraced(std::istream &in, QPoint &value)
+// Reached from the inline binaryRead(std::istream&, QPoint&) whenever tracing is on or
+// the stream cannot hand over 8 buffered bytes straight away.
+void ink_detail::readPointOutOfLine(std::istream &in, QPoint &value)
 {
     TRACE_FUNCTION("binaryread", "binaryRead");
     const Record<8> r(in);
@@ -233,20 +232,12 @@ Q_NEVER_INLINE void readPointTraced(std::istream &in, QPoint &value)
     TRACE_RETURN_SHOWING(shown(value));
 }
 
-} // namespace
-
-void binaryRead(std::istream &in, QPoint &value)
-{
-    // Points are read by the million: while tracing is off and the bytes are already
-    // in the stream's buffer, this is a handful of instructions with no stack frame.
-    if (Q_LIKELY(!basic_logging::traceEnabled())) {
-        if (const char *p = ink_detail::directRead(in, 8)) {
-            value = QPoint(qFromLittleEndian<qint32>(p), qFromLittleEndian<qint32>(p + 4));
-            return;
-        }
-    }
-    readPointTraced(in, value);
-}
+// The point reader is inline for speed, but like every other overload it is part of the
+// library's exported interface (callers from other languages and dlsym find it by name):
+// emit an exported copy of it here.
+[[maybe_unused]] __attribute__((used)) static void (*const keepPointReaderExported)(
+    std::istream &, QPoint &)
+    = &binaryRead;
 
 void binaryRead(std::istream &in, QSize &value)
 {

@@ -60,15 +60,20 @@
 #ifndef LIBUTILITY_INK_BINARYREAD_H
 #define LIBUTILITY_INK_BINARYREAD_H
 
+#include <libutility/logging/logsystem.h>
 #include <libutility/utility_export.h>
 
-#include <iosfwd>
+#include <QPoint>
+#include <QtEndian>
+
+#include <istream>
+#include <ostream>
+#include <streambuf>
 #include <string>
 
 class CNRect;
 class QColor;
 class QDateTime;
-class QPoint;
 class QPointF;
 class QSize;
 class QString;
@@ -86,7 +91,9 @@ UTILITY_EXPORT void binaryRead(std::istream &in, unsigned long long &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, long &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, float &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, double &value);
-UTILITY_EXPORT void binaryRead(std::istream &in, QPoint &value);
+/// Points are read by the million, so this one is inline (defined below). It is still
+/// exported: the library keeps a copy for binaries built when it was out of line.
+UTILITY_EXPORT inline void binaryRead(std::istream &in, QPoint &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QSize &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QPointF &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, CNRect &value);
@@ -119,5 +126,62 @@ UTILITY_EXPORT void binaryWrite(std::ostream &out, const QDateTime &value);
 /// Pointers have no stored form; this also stops a string literal from being
 /// written as a bool.
 template <class T> void binaryWrite(std::ostream &out, T *value) = delete;
+
+// ---------------------------------------------------------------------------------
+// Implementation details of the inline point reader. Not for direct use.
+
+namespace ink_detail {
+
+// Reaches the get area of any stream buffer. Naming the protected members through a
+// derived class yields pointers to members of std::streambuf itself, which may then be
+// applied to any std::streambuf. Never instantiated.
+struct BufferAccess : std::streambuf
+{
+    static char *readPos(std::streambuf *sb) { return (sb->*&BufferAccess::gptr)(); }
+    static char *readEnd(std::streambuf *sb) { return (sb->*&BufferAccess::egptr)(); }
+    static void readAdvance(std::streambuf *sb, int n) { (sb->*&BufferAccess::gbump)(n); }
+};
+
+// True when in.read(buf, n) would do no more than copy n bytes out of the stream's
+// buffer: the stream is good (so it has a buffer: basic_ios sets badbit when it has
+// none), no tied stream waits to be flushed, and the get area holds n bytes (an empty
+// one has both pointers null). Otherwise the caller reads through std::istream::read,
+// which flushes the tied stream, refills the buffer and sets eofbit and failbit.
+inline bool bufferHolds(std::istream &in, std::streamsize n)
+{
+    if (in.rdstate() != std::ios_base::goodbit || in.tie())
+        return false;
+    std::streambuf *sb = in.rdbuf();
+    return BufferAccess::readEnd(sb) - BufferAccess::readPos(sb) >= n;
+}
+
+// Consumes n bytes that bufferHolds(in, n) has vouched for and returns where they are.
+// Unlike istream::read this leaves gcount() as it was.
+inline const char *takeBuffered(std::istream &in, int n)
+{
+    std::streambuf *sb = in.rdbuf();
+    const char *at = BufferAccess::readPos(sb);
+    BufferAccess::readAdvance(sb, n);
+    return at;
+}
+
+// The general point reader: any stream state, short reads, the trace lines.
+UTILITY_EXPORT void readPointOutOfLine(std::istream &in, QPoint &value);
+
+} // namespace ink_detail
+
+// Decoding a run of points used to cost several times the copy of their bytes, most of
+// it in the call into the library per point. Inline, the common case (tracing off, the
+// bytes already buffered) is a handful of loads and two stores in the caller's loop;
+// everything else, and every trace line, stays in the library.
+inline void binaryRead(std::istream &in, QPoint &value)
+{
+    if (Q_LIKELY(!basic_logging::traceEnabled() && ink_detail::bufferHolds(in, 8))) {
+        const char *p = ink_detail::takeBuffered(in, 8);
+        value = QPoint(qFromLittleEndian<qint32>(p), qFromLittleEndian<qint32>(p + 4));
+        return;
+    }
+    ink_detail::readPointOutOfLine(in, value);
+}
 
 #endif

@@ -10,6 +10,8 @@
 #ifndef LIBUTILITY_INK_BINARYREAD_P_H
 #define LIBUTILITY_INK_BINARYREAD_P_H
 
+#include <libutility/ink/binaryread.h>
+
 #include <cstring>
 #include <istream>
 #include <ostream>
@@ -17,52 +19,33 @@
 
 namespace ink_detail {
 
-// Reaches the buffer pointers of any stream buffer. Naming the protected members
-// through a derived class yields pointers to members of std::streambuf itself, which
-// may then be applied to any std::streambuf.
-struct BufferAccess : std::streambuf
+// The put-area counterpart of BufferAccess (binaryread.h).
+struct PutAccess : std::streambuf
 {
-    static char *readPos(std::streambuf *sb) { return (sb->*&BufferAccess::gptr)(); }
-    static char *readEnd(std::streambuf *sb) { return (sb->*&BufferAccess::egptr)(); }
-    static void readAdvance(std::streambuf *sb, int n) { (sb->*&BufferAccess::gbump)(n); }
-    static char *writePos(std::streambuf *sb) { return (sb->*&BufferAccess::pptr)(); }
-    static char *writeEnd(std::streambuf *sb) { return (sb->*&BufferAccess::epptr)(); }
-    static void writeAdvance(std::streambuf *sb, int n) { (sb->*&BufferAccess::pbump)(n); }
+    static char *writePos(std::streambuf *sb) { return (sb->*&PutAccess::pptr)(); }
+    static char *writeEnd(std::streambuf *sb) { return (sb->*&PutAccess::epptr)(); }
+    static void writeAdvance(std::streambuf *sb, int n) { (sb->*&PutAccess::pbump)(n); }
 };
 
 // Largest transfer done through the buffer pointers (gbump and pbump take an int).
 constexpr std::streamsize kDirectLimit = 1 << 20;
 
-// When the stream is good, has no tied stream and its buffer already holds n bytes,
-// consumes them and returns where they are; otherwise returns null and consumes
-// nothing (the caller then goes through readBytes).
+// When the stream's buffer holds n bytes (0 <= n <= kDirectLimit) and reading them
+// needs nothing else, consumes them and returns where they are; otherwise returns null
+// and consumes nothing (the caller then goes through readBytes).
 inline const char *directRead(std::istream &in, std::streamsize n)
 {
-    if (in.rdstate() != std::ios_base::goodbit || in.tie())
-        return nullptr;
-    std::streambuf *sb = in.rdbuf();
-    if (!sb)
-        return nullptr;
-    char *cur = BufferAccess::readPos(sb);
-    if (!cur || BufferAccess::readEnd(sb) - cur < n)
-        return nullptr;
-    BufferAccess::readAdvance(sb, static_cast<int>(n));
-    return cur;
+    return bufferHolds(in, n) ? takeBuffered(in, static_cast<int>(n)) : nullptr;
 }
 
 // Reads n bytes into buf as in.read(buf, n) does; returns how many arrived. Bytes that
 // did not arrive are left as they were in buf.
 inline std::streamsize readBytes(std::istream &in, char *buf, std::streamsize n)
 {
-    if (in.rdstate() == std::ios_base::goodbit && !in.tie() && n <= kDirectLimit) {
-        std::streambuf *sb = in.rdbuf();
-        if (sb) {
-            char *cur = BufferAccess::readPos(sb);
-            if (cur && BufferAccess::readEnd(sb) - cur >= n) {
-                std::memcpy(buf, cur, static_cast<size_t>(n));
-                BufferAccess::readAdvance(sb, static_cast<int>(n));
-                return n;
-            }
+    if (n <= kDirectLimit) {
+        if (const char *p = directRead(in, n)) {
+            std::memcpy(buf, p, static_cast<size_t>(n));
+            return n;
         }
     }
     in.read(buf, n);
@@ -75,10 +58,10 @@ inline void writeBytes(std::ostream &out, const char *buf, std::streamsize n)
     if (out.rdstate() == std::ios_base::goodbit && !out.tie() && n <= kDirectLimit) {
         std::streambuf *sb = out.rdbuf();
         if (sb) {
-            char *cur = BufferAccess::writePos(sb);
-            if (cur && BufferAccess::writeEnd(sb) - cur >= n) {
+            char *cur = PutAccess::writePos(sb);
+            if (cur && PutAccess::writeEnd(sb) - cur >= n) {
                 std::memcpy(cur, buf, static_cast<size_t>(n));
-                BufferAccess::writeAdvance(sb, static_cast<int>(n));
+                PutAccess::writeAdvance(sb, static_cast<int>(n));
                 // ostream::write honours unitbuf through its sentry; so do we.
                 if (out.flags() & std::ios_base::unitbuf)
                     out.flush();

@@ -6,9 +6,12 @@
 
 #include <QColor>
 #include <QDateTime>
+#include <QFileInfo>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <dlfcn.h>
 
 #include <fstream>
 #include <functional>
@@ -215,4 +218,81 @@ TEST(BinaryRead, ExitTraceLineShowsTheValue)
     EXPECT_TRUE(
         capture.lines[3].endsWith(QStringLiteral("\tExit binaryRead(15-07-2009 13:45:30.250 )")))
         << capture.lines[3].toStdString();
+}
+
+// Points have an inline reader that takes the bytes straight from the stream's buffer.
+// It must give way to istream::read whenever that would behave differently.
+TEST(BinaryRead, PointReaderBehavesAsIstreamReadInEveryStreamState)
+{
+    const std::string point = bytes({ 1, 0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF });
+    struct Case
+    {
+        const char *name;
+        std::string data;
+        std::ios_base::iostate before;
+        QPoint expected;
+        bool goodAfter;
+        std::streamoff consumed;
+    };
+    const Case cases[] = {
+        { "more bytes buffered", point + bytes({ 7, 7, 7, 7 }), std::ios_base::goodbit,
+            QPoint(1, -2), true, 8 },
+        // istream::read of exactly the bytes left does not set eofbit.
+        { "exactly one record", point, std::ios_base::goodbit, QPoint(1, -2), true, 8 },
+        { "short record", bytes({ 5, 0, 0, 0, 6 }), std::ios_base::goodbit, QPoint(5, 6), false,
+            5 },
+        // A stream that is not good delivers nothing, although its buffer holds the bytes.
+        { "failbit set", point, std::ios_base::failbit, QPoint(0, 0), false, 0 },
+        { "eofbit set", point, std::ios_base::eofbit, QPoint(0, 0), false, 0 },
+    };
+    for (const Case &c : cases) {
+        SCOPED_TRACE(c.name);
+        std::istringstream in(c.data);
+        in.setstate(c.before);
+        QPoint p(9, 9);
+        binaryRead(in, p);
+        EXPECT_EQ(p, c.expected);
+        EXPECT_EQ(in.good(), c.goodAfter);
+        in.clear();
+        EXPECT_EQ(std::streamoff(in.tellg()), c.consumed);
+    }
+}
+
+TEST(BinaryRead, PointReaderFlushesTheTiedStreamFirst)
+{
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("prompt.txt"));
+    std::ofstream prompt(path.toStdString());
+    prompt << "point?";
+    std::istringstream in(bytes({ 1, 0, 0, 0, 2, 0, 0, 0 }));
+    in.tie(&prompt);
+    QPoint p;
+    binaryRead(in, p);
+    EXPECT_EQ(p, QPoint(1, 2));
+    EXPECT_EQ(QFileInfo(path).size(), 6);
+}
+
+TEST(BinaryRead, PointReaderWritesTraceLinesAndStaysExported)
+{
+    {
+        inktest::TraceCapture capture;
+        readAs<QPoint>(bytes({ 1, 0, 0, 0, 0xFE, 0xFF, 0xFF, 0xFF }));
+        ASSERT_EQ(capture.lines.size(), 2);
+        EXPECT_TRUE(capture.lines[0].startsWith(QStringLiteral("binaryread\t")));
+        EXPECT_TRUE(capture.lines[0].endsWith(QStringLiteral("\tEnter binaryRead")));
+        EXPECT_TRUE(capture.lines[1].endsWith(QStringLiteral("\tExit binaryRead(QPoint(1,-2) )")))
+            << capture.lines[1].toStdString();
+    }
+    // The inline reader is also exported by name, like every other overload.
+    void *lib = dlopen("libutility.so.1", RTLD_LAZY | RTLD_NOLOAD);
+    ASSERT_NE(lib, nullptr);
+    using Reader = void (*)(std::istream &, QPoint &);
+    const auto reader = reinterpret_cast<Reader>(dlsym(lib, "_Z10binaryReadRSiR6QPoint"));
+    dlclose(lib);
+    ASSERT_NE(reader, nullptr);
+    std::istringstream in(bytes({ 3, 0, 0, 0, 4, 0, 0, 0 }));
+    QPoint p;
+    reader(in, p);
+    EXPECT_EQ(p, QPoint(3, 4));
 }
