@@ -6,15 +6,22 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace ziputil_io {
 
 namespace {
 
-voidpf ZCALLBACK fopen_file_func(voidpf, const char *filename, int mode)
+voidpf ZCALLBACK fopen_file_func(voidpf opaque, const char *filename, int mode)
 {
+    int *descriptor = static_cast<int *>(opaque);
+    if (descriptor)
+        *descriptor = -1;
     if (!filename)
         return nullptr;
     const QString &path = *reinterpret_cast<const QString *>(filename);
@@ -28,8 +35,11 @@ voidpf ZCALLBACK fopen_file_func(voidpf, const char *filename, int mode)
     if (!fmode)
         return nullptr;
     FILE *file = std::fopen(QFile::encodeName(path).constData(), fmode);
-    if (file)
+    if (file) {
         std::setvbuf(file, nullptr, _IOFBF, 1 << 16);
+        if (descriptor)
+            *descriptor = fileno(file);
+    }
     return file;
 }
 
@@ -240,10 +250,21 @@ QString unsafeNameReason(const QString &name)
 
 // --- decoder --------------------------------------------------------------------------
 
-EntryDecoder::EntryDecoder(void *handle, const unz_file_info &info, const std::string &password)
+namespace {
+
+// Compressed bytes read from the archive at a time: large enough that the system calls
+// do not count, small enough to stay in the cache while inflate consumes them.
+constexpr size_t cInputChunk = size_t(128) << 10;
+
+} // namespace
+
+EntryDecoder::EntryDecoder(void *handle, int archive, const unz_file_info &info,
+    const std::string &password, std::vector<char> &input)
     : m_handle(handle)
+    , m_archive(archive)
     , m_info(info)
     , m_password(password)
+    , m_input(input)
     , m_stream()
 { }
 
@@ -285,12 +306,23 @@ bool EntryDecoder::open()
         return fail(QStringLiteral("declared size %1 cannot come from %2 compressed bytes")
                         .arg(declared)
                         .arg(packed - header));
+    if (m_archive < 0)
+        return fail(QStringLiteral("the archive file is not open"));
     int method = 0;
     int level = 0;
-    // Raw mode: minizip hands over the stored bytes; decryption and inflation are ours.
+    // Raw mode: minizip checks the local header and finds the stored bytes; reading,
+    // decryption and inflation are ours.
     if (unzOpenCurrentFile3(m_handle, &method, &level, 1, nullptr) != UNZ_OK)
         return fail(QStringLiteral("cannot open the entry (damaged local header)"));
     m_opened = true;
+    m_offset = unzGetCurrentFileZStreamPos64(m_handle);
+    m_remaining = packed;
+    // A stream may end before its stated compressed size is used up, so reading alone
+    // would not notice a size that runs past the end of the file: check it up front.
+    struct stat st;
+    if (::fstat(m_archive, &st) != 0 || m_offset > quint64(st.st_size)
+        || packed > quint64(st.st_size) - m_offset)
+        return fail(QStringLiteral("the archive ends inside the entry's data"));
     if (encrypted) {
         m_crypto = std::make_unique<ZipCrypto>(m_password);
         m_headerLeft = cCryptHeaderSize;
@@ -300,15 +332,27 @@ bool EntryDecoder::open()
             return fail(QStringLiteral("out of memory"));
         m_inflateReady = true;
     }
-    m_input.resize(1 << 16);
+    const size_t inputSize = std::max<size_t>(size_t(std::min<quint64>(packed, cInputChunk)), 1);
+    if (m_input.size() < inputSize)
+        m_input.resize(inputSize);
     return true;
 }
 
 bool EntryDecoder::fillInput()
 {
-    const int n = unzReadCurrentFile(m_handle, m_input.data(), unsigned(m_input.size()));
-    if (n < 0)
-        return fail(QStringLiteral("read error in the compressed data"));
+    const size_t want = size_t(std::min<quint64>(m_remaining, m_input.size()));
+    ssize_t n = 0;
+    if (want > 0) {
+        do
+            n = ::pread(m_archive, m_input.data(), want, off_t(m_offset));
+        while (n < 0 && errno == EINTR);
+        if (n < 0)
+            return fail(QStringLiteral("read error in the compressed data"));
+        if (n == 0)
+            return fail(QStringLiteral("the archive ends inside the entry's data"));
+        m_offset += quint64(n);
+        m_remaining -= quint64(n);
+    }
     char *data = m_input.data();
     size_t size = size_t(n);
     if (n == 0) {

@@ -9,6 +9,7 @@
 #include <QRandomGenerator>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstring>
@@ -24,6 +25,9 @@ namespace {
 // Transfers never use pieces smaller than this, whatever the buffer size was set to
 // (extractFile may leave it at 0 after a zero-byte entry).
 constexpr size_t cMinTransfer = 4096;
+// Extraction to disk decodes and writes this much at a time: one write(2) per
+// piece, and the CRC runs over each piece while the cache still holds it.
+constexpr size_t cDiskChunk = size_t(256) << 10;
 constexpr qint64 cDefaultExtractLimit = qint64(1) << 30;
 constexpr quint64 cMaxEntrySize = 0xffffffffull; // no zip64
 
@@ -327,6 +331,9 @@ struct UnzipFile::Private
     qint64 limit = cDefaultExtractLimit;
     bool openEmpty = false; // a well-formed archive of no entries (minizip refuses those)
     ArchiveLayout layout;
+    int archive = -1; // descriptor of the open archive (set by the file-function table)
+    std::vector<char> diskBuffer; // extraction to disk; kept between entries
+    std::vector<char> inputBuffer; // compressed bytes on their way to inflate; ditto
 
     qint64 allowance() const { return limit > 0 ? limit : LLONG_MAX; }
 };
@@ -367,7 +374,10 @@ bool UnzipFile::open(const QString &path)
     m_globalInfo = { 0, 0 };
     zlib_filefunc_def table;
     ziputil_io::fill_fopen_filefunc(&table);
+    table.opaque = &d->archive;
     m_handle = unzOpen2(ziputil_io::pathArgument(path), &table);
+    if (!m_handle)
+        d->archive = -1;
     d->layout.scan(path);
     if (!m_handle) {
         d->openEmpty = d->layout.valid && d->layout.empty;
@@ -408,6 +418,7 @@ bool UnzipFile::close()
         unzClose(m_handle);
     }
     m_handle = nullptr;
+    d->archive = -1;
     d->openEmpty = false;
     m_globalInfo = { 0, 0 };
     return true;
@@ -500,7 +511,7 @@ template <class Container> bool UnzipFile::extractToMemory(const char *name, Con
         d->error = entryText(shown, refusal);
         return false;
     }
-    EntryDecoder decoder(m_handle, info, m_password);
+    EntryDecoder decoder(m_handle, d->archive, info, m_password, d->inputBuffer);
     if (!decoder.open()) {
         d->error = entryText(shown, decoder.error());
         return false;
@@ -600,31 +611,40 @@ bool UnzipFile::extractCurrentTo(const QString &directory, qint64 &allowance)
     if (existing.isDir())
         return refuse(QStringLiteral("\"%1\" is a directory").arg(target));
 
-    EntryDecoder decoder(m_handle, info, m_password);
+    EntryDecoder decoder(m_handle, d->archive, info, m_password, d->inputBuffer);
     if (!decoder.open())
         return refuse(decoder.error());
 
     // Written beside the target under a temporary name and renamed only once the size
-    // and the CRC have been checked: a failed entry leaves nothing behind.
+    // and the CRC have been checked: a failed entry leaves nothing behind. No fsync: like
+    // any file writer, extraction leaves flushing to the system.
     QByteArray temp = QFile::encodeName(path + QStringLiteral("/.unzip-XXXXXX"));
     const int fd = ::mkostemp(temp.data(), O_CLOEXEC);
     if (fd < 0)
         return refuse(QStringLiteral("cannot create a file in \"%1\"").arg(path));
-    QFile out;
-    bool ok
-        = out.open(fd, QIODevice::WriteOnly | QIODevice::Unbuffered, QFileDevice::DontCloseHandle);
-    const size_t piece = std::max(m_buffer.size(), cMinTransfer);
-    if (m_buffer.size() < piece)
-        m_buffer.resize(piece);
+    // The transfer size set with setBufferSize() only matters for extractFile() (which
+    // may have grown it to a whole entry); to disk, pieces are cDiskChunk long, in a
+    // buffer the reader keeps between entries.
+    const size_t piece = cDiskChunk;
+    if (d->diskBuffer.size() < piece)
+        d->diskBuffer.resize(piece);
     QString writeError;
-    ok = ok && decoder.run(m_buffer.data(), piece, [&](const char *data, size_t size) {
-        if (out.write(data, qint64(size)) != qint64(size)) {
-            writeError = QStringLiteral("write error: %1").arg(out.errorString());
-            return false;
+    bool ok = decoder.run(d->diskBuffer.data(), piece, [&](const char *data, size_t size) {
+        while (size > 0) {
+            const ssize_t n = ::write(fd, data, size);
+            if (n < 0 && errno == EINTR)
+                continue;
+            if (n <= 0) {
+                writeError
+                    = QStringLiteral("write error: %1")
+                          .arg(QString::fromLocal8Bit(std::strerror(n < 0 ? errno : ENOSPC)));
+                return false;
+            }
+            data += n;
+            size -= size_t(n);
         }
         return true;
     });
-    ok = ok && out.flush();
     if (ok) {
         const mode_t stored = mode_t(info.external_fa >> 16) & 0777;
         const bool unixMode = (info.version >> 8) == 3 && (info.external_fa >> 16) != 0;
@@ -632,10 +652,16 @@ bool UnzipFile::extractCurrentTo(const QString &directory, qint64 &allowance)
         const tm_unz &t = info.tmu_date;
         const QDateTime when(QDate(int(t.tm_year), int(t.tm_mon) + 1, int(t.tm_mday)),
             QTime(int(t.tm_hour), int(t.tm_min), int(t.tm_sec)));
-        if (when.isValid())
-            out.setFileTime(when, QFileDevice::FileModificationTime);
+        if (when.isValid()) {
+            const qint64 ms = when.toMSecsSinceEpoch();
+            timespec times[2];
+            times[0].tv_sec = 0;
+            times[0].tv_nsec = UTIME_OMIT; // access time: left as it is
+            times[1].tv_sec = time_t(ms / 1000);
+            times[1].tv_nsec = long(ms % 1000) * 1000000L;
+            ::futimens(fd, times);
+        }
     }
-    out.close();
     ok = ::close(fd) == 0 && ok;
     if (ok && ::rename(temp.constData(), QFile::encodeName(target).constData()) != 0) {
         ok = false;

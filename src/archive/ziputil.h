@@ -33,6 +33,16 @@
  *     overlaps another entry's are all refused before or while decoding, never trusted.
  *   - Every refusal is a false result with errorString() naming the entry.
  *
+ * How extraction reads and writes (for speed; none of it changes what is checked)
+ *   - minizip locates an entry and checks its local header; the stored bytes are then read
+ *     with pread(2) from the archive file minizip opened, 128 KiB at a time, and
+ *     decrypted and inflated here. A compressed size reaching past the end of the file is
+ *     refused before reading.
+ *   - Exactly one CRC-32 is computed per entry, over the decoded bytes, piece by piece
+ *     while each piece is in the cache; it is always checked, as is the size.
+ *   - To disk, each piece of 256 KiB goes out in one write(2) to the temporary file. There
+ *     is no fsync: like other file writers, extraction leaves flushing to the system.
+ *
  * Every call is meant for one thread at a time (the caller's); objects are independent.
  */
 #ifndef LIBUTILITY_ARCHIVE_ZIPUTIL_H
@@ -148,7 +158,8 @@ public:
 
     // Size of the transfer buffer in bytes (default 8192); a negative size is ignored.
     // extractFile() changes it to the size of the entry it read (kept so for
-    // compatibility: the buffer size stays changed after the call).
+    // compatibility: the buffer size stays changed after the call). Extraction to disk
+    // works in pieces of 256 KiB whatever this size, in a buffer of its own.
     void setBufferSize(int size);
     int bufferSize() const { return m_bufferSize; }
 

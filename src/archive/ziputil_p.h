@@ -21,6 +21,9 @@ namespace ziputil_io {
 // The library's own minizip file-function table. Its open function takes the archive
 // path as a QString: the `filename` handed to zipOpen2/unzOpen2 is the address of a
 // QString, never a C string. Read opens an existing file, write creates or truncates.
+// When the table's opaque pointer is set, it must point to an `int`, which the open
+// function sets to the descriptor of the file it opened (-1 when it failed): the reader
+// then reads entry data from that very file with pread(2), past minizip's small buffer.
 void fill_fopen_filefunc(zlib_filefunc_def *table);
 
 // Passes a QString through minizip's `const char *` path parameter.
@@ -83,14 +86,21 @@ struct ArchiveLayout
 // Why name must not be written below a directory, or an empty string when it is safe.
 QString unsafeNameReason(const QString &name);
 
-// Decodes the current entry of an open reader from minizip's raw entry mode: decrypts,
-// inflates or copies, and checks the size and the CRC-32 against the directory record.
+// Decodes the current entry of an open reader: minizip opens it in raw mode (checking
+// the local header and locating the data); the stored bytes are then read directly from
+// the archive's descriptor, decrypted, inflated or copied here, and the size and the
+// CRC-32 checked against the directory record. Reading past minizip saves its 16 KiB
+// pieces, its byte-by-byte copy and the CRC it computes over the compressed bytes in raw
+// mode (which nobody checks); the one CRC that matters, over the decoded bytes, is ours.
 class EntryDecoder
 {
 public:
     using Sink = std::function<bool(const char *data, size_t size)>;
 
-    EntryDecoder(void *handle, const unz_file_info &info, const std::string &password);
+    // archive: descriptor of the file the handle reads (see fill_fopen_filefunc); input:
+    // scratch space for the compressed bytes, kept by the caller between entries.
+    EntryDecoder(void *handle, int archive, const unz_file_info &info, const std::string &password,
+        std::vector<char> &input);
     ~EntryDecoder();
 
     EntryDecoder(const EntryDecoder &) = delete;
@@ -111,6 +121,9 @@ private:
     bool fillInput();
 
     void *m_handle;
+    int m_archive;
+    quint64 m_offset = 0; // where the next stored byte is in the archive file
+    quint64 m_remaining = 0; // stored bytes not read yet
     const unz_file_info &m_info;
     const std::string &m_password;
     QString m_error;
@@ -121,7 +134,7 @@ private:
     int m_headerLeft = 0;
     char m_header[cCryptHeaderSize];
     std::unique_ptr<ZipCrypto> m_crypto;
-    std::vector<char> m_input;
+    std::vector<char> &m_input;
     z_stream m_stream;
 };
 

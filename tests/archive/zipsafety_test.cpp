@@ -163,6 +163,50 @@ TEST_F(ZipSafety, FailedEntryKeepsTheExistingFileAndLeavesNoTemporary)
     EXPECT_EQ(tree(out()), QStringList({ "data.txt" }));
 }
 
+// Entry data is read straight from the archive file at the offset the headers give, so
+// the offset arithmetic must hold when the archive sits behind a prefix (a self-extractor
+// stub whose offsets were not adjusted) and must stop at the end of the file when a size
+// points beyond it.
+TEST_F(ZipSafety, EntryDataIsReadWhereTheHeadersSayAndNoFurther)
+{
+    const QByteArray text = QByteArray("payload 0123456789 ").repeated(40000); // > one read
+    const QByteArray noise = randomBytes(300000, 7);
+    const std::vector<RawEntry> entries
+        = { deflated("text.txt", text), stored("noise.bin", noise), deflated("noise.z", noise) };
+    struct
+    {
+        const char *label;
+        QByteArray archive;
+        bool ok;
+    } cases[] = {
+        { "plain", buildZip(entries), true },
+        { "behind a prefix", randomBytes(1000, 8) + buildZip(entries), true },
+        { "data past the end of the file",
+            buildZip({ with(deflated("cut.txt", text),
+                [](RawEntry &e) { e.packedSize = e.data.size() + 100000; }) }),
+            false },
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.label);
+        QDir(work()).removeRecursively();
+        ASSERT_TRUE(writeFile(zipPath(), c.archive));
+        UnzipFile reader(zipPath());
+        ASSERT_TRUE(reader.isOpen());
+        EXPECT_EQ(reader.extractAll(out()), c.ok) << reader.errorString().toStdString();
+        if (!c.ok) {
+            EXPECT_TRUE(reader.errorString().contains("cut.txt"));
+            EXPECT_EQ(tree(work()), QStringList({ "out" })) << "nothing written";
+            continue;
+        }
+        EXPECT_EQ(readFile(out() + "/text.txt"), text);
+        EXPECT_EQ(readFile(out() + "/noise.bin"), noise);
+        EXPECT_EQ(readFile(out() + "/noise.z"), noise);
+        QByteArray memory;
+        EXPECT_TRUE(reader.extractFile("noise.z", memory));
+        EXPECT_EQ(memory, noise);
+    }
+}
+
 TEST_F(ZipSafety, OutputIsCappedBeforeAnythingIsAllocatedOrWritten)
 {
     const QByteArray zeros(8 << 20, '\0');
