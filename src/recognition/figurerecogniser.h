@@ -176,8 +176,9 @@ UTILITY_EXPORT double calcAngle180(const QPointF &v1, const QPointF &v2);
 /// @{
 /// Right triangle with axis-parallel legs, isosceles triangle with an axis-parallel
 /// base, equilateral triangle with an axis-parallel side; right and isosceles may both
-/// hold. Tried equilateral, then right, then isosceles. A right triangle's legs are
-/// made equal only when they are within 10% of each other.
+/// hold. Tried equilateral, then right, then isosceles. Only a right triangle with a leg
+/// near an axis snaps to a right triangle; its legs are made equal only when they are
+/// within 10% of each other.
 UTILITY_EXPORT void normalizeTriangle(QVector<QPointF> &points);
 /// Square, rectangle (axis-parallel when nearly so), rhombus, parallelogram, kite,
 /// trapezium; the first that fits wins in that order.

@@ -64,6 +64,13 @@ QPointF snapToAxis(const QPointF &direction)
     return d;
 }
 
+bool isNearAxis(const QPointF &direction)
+{
+    const double fromX = calcAngle(QPointF(1.0, 0.0), unit(direction));
+    return isHorizontal(fromX, THRESHOLD_ANGLE) || isHorizontal(180.0 - fromX, THRESHOLD_ANGLE)
+        || isVertical(fromX, THRESHOLD_ANGLE);
+}
+
 bool nearlyParallelOpposite(const QPointF &a, const QPointF &b)
 {
     return isHorizontal(calcAngle(a, -b), THRESHOLD_ANGLE);
@@ -164,18 +171,24 @@ void normalizeTriangle(QVector<QPointF> &pts)
         const QPointF r = pts[i];
         const QPointF u = pts[(i + 1) % n] - r;
         const QPointF v = pts[(i + 2) % n] - r;
+        // Only a right triangle lying along the axes snaps: squaring the corner of a
+        // tilted one swings a whole leg off the ink.
+        if (!isNearAxis(u) && !isNearAxis(v))
+            continue;
         double lu = Util::getVectorSize(u);
         double lv = Util::getVectorSize(v);
         // Equal legs only when they nearly are: the side predicate alone accepts a 4:5
         // ratio, and equalising such legs visibly redraws the triangle.
         if (areSidesAlmostSameLength(lu, lv) && qMin(lu, lv) > 0.9 * qMax(lu, lv))
             lu = lv = (lu + lv) * 0.5;
-        const QPointF du = snapToAxis(u);
-        QPointF dv = perpendicular(du);
-        if (Util::getInnerProduct(dv, v) < 0)
-            dv = -dv;
-        pts[(i + 1) % n] = r + du * lu;
-        pts[(i + 2) % n] = r + dv * lv;
+        const bool alongU = isNearAxis(u);
+        const QPointF axis = snapToAxis(alongU ? u : v);
+        const QPointF other = alongU ? v : u;
+        QPointF across = perpendicular(axis);
+        if (Util::getInnerProduct(across, other) < 0)
+            across = -across;
+        pts[(i + 1) % n] = r + (alongU ? axis : across) * lu;
+        pts[(i + 2) % n] = r + (alongU ? across : axis) * lv;
         close(pts, n);
         TRACE_EXIT();
         return;
