@@ -1,17 +1,20 @@
 #!/usr/bin/env bash
 # The one entry point of the project.
 #   ./dev.sh demo      build, then run the main job
-#   ./dev.sh test      build, then run every test (starts its own X server)
+#   ./dev.sh test      build, run every test (own X server), then again under ASan+UBSan
 #   ./dev.sh setup     install the missing Debian packages (cmake/debian-packages.txt)
 #   ./dev.sh build     configure and build (build/)
 #   ./dev.sh bench     Release build with benchmarks (build-release/), run them all
 #   ./dev.sh package   Release build, Debian packages into out/
+#   ./dev.sh fuzz [target] [seconds]   clang fuzz build (build-fuzz/), run one or all targets
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 cd "$root"
 build_dir=${LIBUTILITY_BUILD_DIR:-$root/build}
 release_dir=$root/build-release
+asan_dir=$root/build-asan
+fuzz_dir=$root/build-fuzz
 jobs=$(nproc 2>/dev/null || echo 2)
 
 log() { printf '==> %s\n' "$*" >&2; }
@@ -39,13 +42,18 @@ setup() {
 }
 
 configure() { # configure <dir> <cmake args...>
-  local dir=$1; shift
-  cmake -S "$root" -B "$dir" -G Ninja "$@" >/dev/null
+  local dir=$1 generator=Ninja; shift
+  # A build folder keeps the generator it was made with.
+  if [ -f "$dir/CMakeCache.txt" ]; then
+    generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$dir/CMakeCache.txt")
+  fi
+  cmake -S "$root" -B "$dir" -G "$generator" "$@" >/dev/null
 }
 
 build() {
   setup
-  configure "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo ${LIBUTILITY_CMAKE_ARGS:-}
+  # Everything is built unless LIBUTILITY_CMAKE_ARGS says otherwise.
+  configure "$build_dir" -U LIBUTILITY_SUBSYSTEMS -DCMAKE_BUILD_TYPE=RelWithDebInfo ${LIBUTILITY_CMAKE_ARGS:-}
   log "building in $build_dir"
   cmake --build "$build_dir" -j "$jobs"
 }
@@ -75,6 +83,55 @@ run_tests() {
     log "re-running the failed tests once"
     ctest --test-dir "$build_dir" --rerun-failed --output-on-failure --timeout 600
   fi
+  sanitizer_tests
+}
+
+# The same tests once more in an ASan + UBSan build (build-asan/), the fuzz corpora
+# replayed with them (suite "fuzz"). Qt and fontconfig keep some allocations for the life
+# of the process, so leak checking is off; every other error stops the test that hit it.
+sanitizer_tests() {
+  configure "$asan_dir" -DCMAKE_BUILD_TYPE=Debug -DLIBUTILITY_SANITIZE=ON -DLIBUTILITY_BUILD_TOOLS=OFF \
+    ${LIBUTILITY_CMAKE_ARGS:-}
+  log "building the sanitizer build in $asan_dir"
+  cmake --build "$asan_dir" -j "$jobs"
+  log "running tests under ASan + UBSan"
+  export ASAN_OPTIONS=detect_leaks=0:abort_on_error=1
+  export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+  # Packaging checks the installed layout and exported symbols, which this build changes.
+  if ! ctest --test-dir "$asan_dir" -j "$jobs" -LE packaging --output-on-failure --timeout 900; then
+    log "re-running the failed sanitizer tests once"
+    ctest --test-dir "$asan_dir" -LE packaging --rerun-failed --output-on-failure --timeout 900
+  fi
+}
+
+# ./dev.sh fuzz [target] [seconds]: each target runs alone (one process) for the given
+# time (default 60 s), from its committed seeds and regressions plus the corpus it grew
+# in earlier runs (build-fuzz/corpus/<target>/). Crashes, hangs and leaks land in
+# build-fuzz/artifacts/<target>/; keep one as fuzz/corpus/<target>/regressions/<what-it-breaks>.
+fuzz() {
+  local only=${1:-} seconds=${2:-60}
+  if [[ "$only" =~ ^[0-9]+$ ]] && [ -z "${2:-}" ]; then seconds=$only; only=; fi
+  setup
+  CC=clang CXX=clang++ configure "$fuzz_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+    -DLIBUTILITY_BUILD_FUZZERS=ON -DLIBUTILITY_BUILD_TESTS=OFF -DLIBUTILITY_BUILD_TOOLS=OFF \
+    ${LIBUTILITY_CMAKE_ARGS:-}
+  cmake --build "$fuzz_dir" -j "$jobs"
+  local exe name found=0 failed=0
+  for exe in $(find "$fuzz_dir/fuzz" -maxdepth 1 -type f -name 'fuzz_*' -perm -u+x | sort); do
+    name=${exe##*/fuzz_}
+    [ -n "$only" ] && [ "$name" != "$only" ] && continue
+    found=1
+    mkdir -p "$fuzz_dir/corpus/$name" "$fuzz_dir/artifacts/$name"
+    log "fuzzing $name for ${seconds}s (log: $fuzz_dir/$name.log)"
+    QT_QPA_PLATFORM=offscreen ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1 "$exe" -max_total_time="$seconds" \
+      -timeout=10 -rss_limit_mb=2048 -print_final_stats=1 \
+      -artifact_prefix="$fuzz_dir/artifacts/$name/" \
+      "$fuzz_dir/corpus/$name" "$root/fuzz/corpus/$name" 2>"$fuzz_dir/$name.log" || failed=1
+    grep -E '^#[0-9]+.*(DONE|pulse)|^stat::number_of_executed_units|^stat::peak_rss_mb|ERROR|^SUMMARY|FUZZ_CHECK' \
+      "$fuzz_dir/$name.log" | tail -6 >&2 || true
+  done
+  if [ $found -eq 0 ]; then echo "dev.sh: no fuzz target ${only:-at all}" >&2; exit 2; fi
+  if [ $failed -ne 0 ]; then log "findings: see $fuzz_dir/artifacts/ and $fuzz_dir/*.log"; exit 1; fi
 }
 
 demo() {
@@ -120,5 +177,6 @@ case "$cmd" in
   demo) demo "$@" ;;
   bench) bench "$@" ;;
   package) package ;;
-  *) sed -n '2,8s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  fuzz) fuzz "$@" ;;
+  *) sed -n '2,9s/^# \{0,1\}//p' "$0"; exit 2 ;;
 esac

@@ -74,3 +74,11 @@ function(utility_add_benchmark name topic)
     LIBUTILITY_SHARED_DATA_DIR="${CMAKE_SOURCE_DIR}/../shared/data")
   set_property(GLOBAL APPEND PROPERTY LIBUTILITY_BENCHMARKS ${target})
 endfunction()
+
+# utility_use_inkcheck(<target>): compiles in the check of ink files made before
+# CScribble::readFrom sees them (tools/common/inkcheck.*, standard library only). Every
+# program that reads ink files from outside uses it: the tools, their tests, the fuzzers.
+function(utility_use_inkcheck target)
+  target_sources(${target} PRIVATE ${CMAKE_SOURCE_DIR}/tools/common/inkcheck.cpp)
+  target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR}/tools/common)
+endfunction()

@@ -82,7 +82,16 @@ struct UTILITY_NO_EXPORT CImageLoader::Private
         reader.setDecideFormatFromContent(true);
         if (!reader.canRead())
             return fail(name, QStringLiteral("not an image in a supported format"));
-        const QSize natural = reader.size();
+        QSize natural = reader.size();
+        // A GIF declares a logical screen besides its first frame, and Qt's reader reports
+        // the frame but decodes onto the screen: the larger of the two is what gets
+        // allocated.
+        if (reader.format() == "gif" && data.size() >= 10 && natural.isValid()) {
+            const auto word = [&data](int at) {
+                return int(quint8(data[at])) | (int(quint8(data[at + 1])) << 8);
+            };
+            natural = natural.expandedTo(QSize(word(6), word(8)));
+        }
         if (!natural.isValid())
             return fail(name, QStringLiteral("the image does not declare its size"));
         if (!withinLimits(natural))
@@ -95,6 +104,10 @@ struct UTILITY_NO_EXPORT CImageLoader::Private
         QImage result;
         if (!reader.read(&result) || result.isNull())
             return fail(name, QStringLiteral("cannot decode image: %1").arg(reader.errorString()));
+        // Whatever a plugin decoded beyond what the image declared is not handed out.
+        if (!withinLimits(result.size()))
+            return fail(name,
+                QStringLiteral("image size %1 exceeds the limit").arg(describe(result.size())));
         image = result;
         return true;
     }

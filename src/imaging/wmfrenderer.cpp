@@ -31,6 +31,21 @@ public:
     bool opened = false;
 };
 
+// libwmf allocates a buffer of the largest record size the header declares before it
+// reads any record. No record can be larger than the file, so a header claiming more is
+// damaged (or hostile: a few bytes could otherwise ask for gigabytes).
+bool recordSizeFits(const QByteArray &data)
+{
+    const bool placeable
+        = data.size() >= 4 && std::memcmp(data.constData(), "\xd7\xcd\xc6\x9a", 4) == 0;
+    const int header = placeable ? 22 : 0;
+    if (data.size() < header + 18)
+        return false;
+    const quint64 maxRecordWords
+        = word(data, header + 12) | (quint64(word(data, header + 14)) << 16);
+    return maxRecordWords * 2 <= quint64(data.size() - header);
+}
+
 } // namespace
 
 bool looksLikeWmf(const QByteArray &data)
@@ -45,6 +60,10 @@ bool looksLikeWmf(const QByteArray &data)
 
 bool wmfToSvg(const QByteArray &data, QByteArray &svg, QSize &size, QString &error)
 {
+    if (!recordSizeFits(data)) {
+        error = QStringLiteral("damaged metafile (record size larger than the file)");
+        return false;
+    }
     // libwmf reads from a buffer it does not own and may touch as unsigned char*.
     QByteArray input(data);
     WmfApi holder;

@@ -33,7 +33,7 @@ public:
     CNRect() = default;
     /// From a top-left corner and an exclusive bottom-right corner (unlike QRect).
     CNRect(const QPoint &topLeft, const QPoint &bottomRight)
-        : QRect(topLeft, QPoint(bottomRight.x() - 1, bottomRight.y() - 1))
+        : QRect(topLeft, QPoint(inside(bottomRight.x()), inside(bottomRight.y())))
     { }
     CNRect(const QPoint &topLeft, const QSize &size)
         : QRect(topLeft, size)
@@ -46,33 +46,44 @@ public:
         : QRect(r)
     { }
 
-#if defined(__GNUC__) && !defined(__clang__)
+#if defined(__clang__)
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wclass-conversion"
+#elif defined(__GNUC__)
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wclass-conversion"
 #endif
     /// The same four stored integers as a QRect (same left, top, width and height).
     /// Implicit conversions to the base slice the object and give the same result.
     operator QRect() const { return static_cast<const QRect &>(*this); }
-#if defined(__GNUC__) && !defined(__clang__)
+#if defined(__clang__)
+#pragma clang diagnostic pop
+#elif defined(__GNUC__)
 #pragma GCC diagnostic pop
 #endif
 
     /// Exclusive right edge: the first column outside.
-    int right() const { return QRect::right() + 1; }
+    int right() const { return outside(QRect::right()); }
     /// Exclusive bottom edge: the first row outside.
-    int bottom() const { return QRect::bottom() + 1; }
+    int bottom() const { return outside(QRect::bottom()); }
     QPoint bottomRight() const { return QPoint(right(), bottom()); }
     QPoint topRight() const { return QPoint(right(), top()); }
     QPoint bottomLeft() const { return QPoint(left(), bottom()); }
 
     /// Sets the exclusive right edge; the left edge stays.
-    void setRight(int r) { QRect::setRight(r - 1); }
-    void setBottom(int b) { QRect::setBottom(b - 1); }
-    void setBottomRight(const QPoint &p) { QRect::setBottomRight(QPoint(p.x() - 1, p.y() - 1)); }
-    void setTopRight(const QPoint &p) { QRect::setTopRight(QPoint(p.x() - 1, p.y())); }
-    void setBottomLeft(const QPoint &p) { QRect::setBottomLeft(QPoint(p.x(), p.y() - 1)); }
+    void setRight(int r) { QRect::setRight(inside(r)); }
+    void setBottom(int b) { QRect::setBottom(inside(b)); }
+    void setBottomRight(const QPoint &p)
+    {
+        QRect::setBottomRight(QPoint(inside(p.x()), inside(p.y())));
+    }
+    void setTopRight(const QPoint &p) { QRect::setTopRight(QPoint(inside(p.x()), p.y())); }
+    void setBottomLeft(const QPoint &p) { QRect::setBottomLeft(QPoint(p.x(), inside(p.y()))); }
     /// Sets left, top and the exclusive right and bottom edges.
-    void setCoords(int x1, int y1, int x2, int y2) { QRect::setCoords(x1, y1, x2 - 1, y2 - 1); }
+    void setCoords(int x1, int y1, int x2, int y2)
+    {
+        QRect::setCoords(x1, y1, inside(x2), inside(y2));
+    }
     /// Writes left, top and the exclusive right and bottom edges.
     void getCoords(int *x1, int *y1, int *x2, int *y2) const;
 
@@ -81,11 +92,14 @@ public:
     QPoint center() const { return QPoint(left() + width() / 2, top() + height() / 2); }
 
     /// Moves the rectangle, keeping its size, so that its exclusive right edge is r.
-    void moveRight(int r) { QRect::moveRight(r - 1); }
-    void moveBottom(int b) { QRect::moveBottom(b - 1); }
-    void moveBottomRight(const QPoint &p) { QRect::moveBottomRight(QPoint(p.x() - 1, p.y() - 1)); }
-    void moveTopRight(const QPoint &p) { QRect::moveTopRight(QPoint(p.x() - 1, p.y())); }
-    void moveBottomLeft(const QPoint &p) { QRect::moveBottomLeft(QPoint(p.x(), p.y() - 1)); }
+    void moveRight(int r) { QRect::moveRight(inside(r)); }
+    void moveBottom(int b) { QRect::moveBottom(inside(b)); }
+    void moveBottomRight(const QPoint &p)
+    {
+        QRect::moveBottomRight(QPoint(inside(p.x()), inside(p.y())));
+    }
+    void moveTopRight(const QPoint &p) { QRect::moveTopRight(QPoint(inside(p.x()), p.y())); }
+    void moveBottomLeft(const QPoint &p) { QRect::moveBottomLeft(QPoint(p.x(), inside(p.y()))); }
     /// Shifts the rectangle so that center() becomes p.
     void moveCenter(const QPoint &p) { translate(p - center()); }
 
@@ -111,6 +125,12 @@ public:
     /// Rectangles that share only an edge or a corner intersect (QRect says they do
     /// not); empty rectangles get no special treatment.
     bool intersects(const CNRect &r) const;
+
+private:
+    // Exclusive and stored edges differ by one. At the ends of the int range the value
+    // wraps as the stored integers of QRect do, without signed overflow.
+    static int inside(int exclusive) { return int(unsigned(exclusive) - 1u); }
+    static int outside(int inclusive) { return int(unsigned(inclusive) + 1u); }
 };
 
 /// A copy of r with every side moved outward by d (inward for a negative d).

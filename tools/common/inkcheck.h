@@ -30,8 +30,8 @@
  * pure functions of their arguments (no globals, no logging), for use by any reader of
  * ink files, the fuzz targets included.
  */
-#ifndef INKRECOG_INKCHECK_H
-#define INKRECOG_INKCHECK_H
+#ifndef LIBUTILITY_TOOLS_INKCHECK_H
+#define LIBUTILITY_TOOLS_INKCHECK_H
 
 #include <cstdint>
 #include <iosfwd>
