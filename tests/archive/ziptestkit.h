@@ -3,15 +3,18 @@
 #ifndef LIBUTILITY_TESTS_ARCHIVE_ZIPTESTKIT_H
 #define LIBUTILITY_TESTS_ARCHIVE_ZIPTESTKIT_H
 
-#include <QByteArray>
+#include <libutility/archive/ziputil.h>
+
+#include "support/printers.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QStringList>
+#include <QTemporaryDir>
 
+#include <gtest/gtest.h>
 #include <zlib.h>
 
 #include <cstdint>
@@ -20,6 +23,10 @@
 
 // Lets failure messages stream Qt strings: EXPECT_...() << name.
 inline std::ostream &operator<<(std::ostream &os, const QString &text)
+{
+    return os << text.toStdString();
+}
+inline std::ostream &operator<<(std::ostream &os, const QByteArray &text)
 {
     return os << text.toStdString();
 }
@@ -42,8 +49,7 @@ inline QByteArray readFile(const QString &path)
 inline QByteArray randomBytes(int size, quint32 seed)
 {
     QByteArray bytes(size, Qt::Uninitialized);
-    QRandomGenerator gen(seed);
-    gen.fillRange(reinterpret_cast<quint32 *>(bytes.data()), size / 4);
+    QRandomGenerator(seed).fillRange(reinterpret_cast<quint32 *>(bytes.data()), size / 4);
     return bytes;
 }
 
@@ -59,24 +65,33 @@ inline QStringList tree(const QString &root)
     return paths;
 }
 
-struct PeerResult
-{
-    int exitCode;
-    QByteArray output;
-};
-
-inline PeerResult run(const QString &program, const QStringList &arguments,
-    const QString &workingDirectory = QString())
+// Runs a peer program to its end: its exit code (-1 for a crash or a hang) and its
+// output, stdout and stderr merged.
+inline std::pair<int, QByteArray> run(
+    const QString &program, const QStringList &arguments, const QString &workingDirectory = {})
 {
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
-    if (!workingDirectory.isEmpty())
-        process.setWorkingDirectory(workingDirectory);
+    process.setWorkingDirectory(workingDirectory);
     process.start(program, arguments);
-    if (!process.waitForFinished(120000))
-        return { -1, "did not finish" };
-    return { process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-        process.readAll() };
+    const bool done
+        = process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit;
+    return { done ? process.exitCode() : -1, process.readAll() };
+}
+
+inline uint32_t crcOf(const QByteArray &data)
+{
+    return crc32(0, reinterpret_cast<const Bytef *>(data.constData()), uInt(data.size()));
+}
+
+// Raw deflate data (no zlib header or trailer), as zip entries hold it.
+inline QByteArray rawDeflate(const QByteArray &data)
+{
+    uLongf size = compressBound(uLong(data.size()));
+    QByteArray out(int(size), Qt::Uninitialized);
+    compress2(reinterpret_cast<Bytef *>(out.data()), &size,
+        reinterpret_cast<const Bytef *>(data.constData()), uLong(data.size()), 9);
+    return out.mid(2, int(size) - 6);
 }
 
 // One entry of a hand-made archive. Unset sizes and CRC are computed from `data`, which is
@@ -96,15 +111,12 @@ struct RawEntry
     int sameDataAs = -1; // index of an earlier entry whose local header this one reuses
 };
 
-inline void put16(QByteArray &b, uint32_t v)
+// Appends little-endian fields of the given byte widths.
+inline void put(QByteArray &b, std::initializer_list<std::pair<uint64_t, int>> fields)
 {
-    b.append(char(v & 0xff)).append(char((v >> 8) & 0xff));
-}
-
-inline void put32(QByteArray &b, uint32_t v)
-{
-    put16(b, v & 0xffff);
-    put16(b, v >> 16);
+    for (const auto &field : fields)
+        for (int i = 0; i < field.second; ++i)
+            b.append(char((field.first >> (8 * i)) & 0xff));
 }
 
 inline QByteArray buildZip(const std::vector<RawEntry> &entries)
@@ -112,74 +124,32 @@ inline QByteArray buildZip(const std::vector<RawEntry> &entries)
     QByteArray file, directory;
     std::vector<uint32_t> offsets;
     for (const RawEntry &e : entries) {
-        const uint32_t crc = e.crc >= 0
-            ? uint32_t(e.crc)
-            : uint32_t(
-                crc32(0, reinterpret_cast<const Bytef *>(e.data.constData()), uInt(e.data.size())));
+        const uint32_t crc = e.crc >= 0 ? uint32_t(e.crc) : crcOf(e.data);
         const uint32_t packed
             = e.packedSize >= 0 ? uint32_t(e.packedSize) : uint32_t(e.data.size());
         const uint32_t size = e.size >= 0 ? uint32_t(e.size) : uint32_t(e.data.size());
-        uint32_t offset = uint32_t(file.size());
-        if (e.sameDataAs >= 0) {
-            offset = offsets[size_t(e.sameDataAs)];
-        } else {
-            put32(file, 0x04034b50);
-            put16(file, 20);
-            put16(file, e.flag);
-            put16(file, e.method);
-            put32(file, 0x58210000); // 2024-01-01 00:00
-            put32(file, crc);
-            put32(file, packed);
-            put32(file, size);
-            put16(file, uint32_t(e.name.size()));
-            put16(file, uint32_t(e.extra.size()));
-            file.append(e.name).append(e.extra).append(e.data);
+        // From the flags to the extra field's length, both headers agree. 2024-01-01 00:00.
+        QByteArray common;
+        put(common,
+            { { e.flag, 2 }, { e.method, 2 }, { 0x58210000, 4 }, { crc, 4 }, { packed, 4 },
+                { size, 4 }, { e.name.size(), 2 }, { e.extra.size(), 2 } });
+        offsets.push_back(
+            e.sameDataAs >= 0 ? offsets[size_t(e.sameDataAs)] : uint32_t(file.size()));
+        if (e.sameDataAs < 0) {
+            put(file, { { 0x04034b50, 4 }, { 20, 2 } });
+            file.append(common).append(e.name).append(e.extra).append(e.data);
         }
-        offsets.push_back(offset);
-        put32(directory, 0x02014b50);
-        put16(directory, e.madeBy);
-        put16(directory, 20);
-        put16(directory, e.flag);
-        put16(directory, e.method);
-        put32(directory, 0x58210000);
-        put32(directory, crc);
-        put32(directory, packed);
-        put32(directory, size);
-        put16(directory, uint32_t(e.name.size()));
-        put16(directory, uint32_t(e.extra.size()));
-        put16(directory, 0);
-        put16(directory, 0);
-        put16(directory, 0);
-        put32(directory, e.attributes);
-        put32(directory, offset);
+        put(directory, { { 0x02014b50, 4 }, { e.madeBy, 2 }, { 20, 2 } });
+        directory.append(common);
+        put(directory, { { 0, 6 }, { e.attributes, 4 }, { offsets.back(), 4 } });
         directory.append(e.name).append(e.extra);
     }
     const uint32_t directoryOffset = uint32_t(file.size());
     file.append(directory);
-    put32(file, 0x06054b50);
-    put16(file, 0);
-    put16(file, 0);
-    put16(file, uint32_t(entries.size()));
-    put16(file, uint32_t(entries.size()));
-    put32(file, uint32_t(directory.size()));
-    put32(file, directoryOffset);
-    put16(file, 0);
+    put(file,
+        { { 0x06054b50, 4 }, { 0, 4 }, { entries.size(), 2 }, { entries.size(), 2 },
+            { directory.size(), 4 }, { directoryOffset, 4 }, { 0, 2 } });
     return file;
-}
-
-inline QByteArray rawDeflate(const QByteArray &data)
-{
-    z_stream zs {};
-    deflateInit2(&zs, 9, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
-    QByteArray out(int(deflateBound(&zs, uLong(data.size()))), Qt::Uninitialized);
-    zs.next_in = reinterpret_cast<Bytef *>(const_cast<char *>(data.constData()));
-    zs.avail_in = uInt(data.size());
-    zs.next_out = reinterpret_cast<Bytef *>(out.data());
-    zs.avail_out = uInt(out.size());
-    deflate(&zs, Z_FINISH);
-    out.resize(int(zs.total_out));
-    deflateEnd(&zs);
-    return out;
 }
 
 } // namespace ziptest

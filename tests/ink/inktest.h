@@ -2,18 +2,22 @@
 #ifndef LIBUTILITY_TESTS_INK_INKTEST_H
 #define LIBUTILITY_TESTS_INK_INKTEST_H
 
+#include "support/printers.h"
+
+#include <libutility/ink/binaryread.h>
+#include <libutility/ink/nrect.h>
 #include <libutility/logging/logstream.h>
 #include <libutility/logging/logsystem.h>
 
-#include <QStringList>
+#include <gtest/gtest.h>
 
+#include <array>
 #include <initializer_list>
 #include <sstream>
 #include <string>
 
 namespace inktest {
 
-// A byte string from a list of byte values.
 inline std::string bytes(std::initializer_list<int> values)
 {
     std::string s;
@@ -22,7 +26,27 @@ inline std::string bytes(std::initializer_list<int> values)
     return s;
 }
 
-// Captures the trace lines written while it lives, at the TRACE level.
+// The values one after the other in the ink stream form.
+template <class... T> std::string written(const T &...values)
+{
+    std::ostringstream out;
+    (binaryWrite(out, values), ...);
+    return out.str();
+}
+
+// Replaces the object (a stroke, a scribble) with what it reads from data.
+template <class T> void readInto(T &object, const std::string &data)
+{
+    std::istringstream in(data);
+    object.readFrom(in);
+}
+
+// left(), top(), right(), bottom(): right and bottom are the exclusive edges.
+using Edges = std::array<int, 4>;
+inline Edges edgesOf(const CNRect &r) { return { r.left(), r.top(), r.right(), r.bottom() }; }
+
+// Collects the trace lines written while it lives, at the TRACE level, without their
+// line numbers: "file Enter name".
 class TraceCapture
 {
 public:
@@ -31,22 +55,15 @@ public:
     {
         CLogSystem::theRootInstance().setLevel(QStringLiteral("TRACE"));
         basic_logging::logstream<basic_logging::tracelevel>::instance().setCallback(
-            [this](const QByteArray &line) { lines.append(QString::fromLatin1(line)); });
+            [this](const QByteArray &line) {
+                const QList<QByteArray> parts = line.split('\t');
+                lines.append(QString::fromLatin1(parts.value(0) + ' ' + parts.value(2)));
+            });
     }
     ~TraceCapture()
     {
         basic_logging::logstream<basic_logging::tracelevel>::instance().setStandardError();
         CLogSystem::theRootInstance().setLevel(m_oldLevel);
-    }
-    // The lines without their line numbers: "file Enter name".
-    QStringList withoutLineNumbers() const
-    {
-        QStringList out;
-        for (const QString &line : lines) {
-            const QStringList parts = line.split(QLatin1Char('\t'));
-            out.append(parts.value(0) + QLatin1Char(' ') + parts.value(2));
-        }
-        return out;
     }
     QStringList lines;
 

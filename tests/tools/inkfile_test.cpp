@@ -1,30 +1,13 @@
 // The pad's ink files: damaged files are refused with the offset of the fault before
 // CScribble::readFrom sees them; saving round-trips through real files.
+#include "inkbytes.h"
 #include "inkfile.h"
 #include "support/printers.h"
 
 #include <QFile>
 #include <QTemporaryDir>
-#include <QtEndian>
 
 #include <gtest/gtest.h>
-
-#include <initializer_list>
-
-namespace {
-
-QByteArray ints(std::initializer_list<qint32> values)
-{
-    QByteArray out;
-    for (qint32 v : values) {
-        char bytes[4];
-        qToLittleEndian(v, bytes);
-        out.append(bytes, 4);
-    }
-    return out;
-}
-
-} // namespace
 
 TEST(InkFile, ChecksCountsAgainstTheSize)
 {
@@ -36,20 +19,20 @@ TEST(InkFile, ChecksCountsAgainstTheSize)
     };
     const Case cases[] = {
         { "empty file", QByteArray(), "0: too short for a stroke count" },
-        { "no strokes", ints({ 0 }), "" },
-        { "one stroke of two points", ints({ 1, 2, 10, 20, 30, 40 }), "" },
-        { "an empty stroke", ints({ 2, 0, 1, 5, 6 }), "" },
-        { "negative stroke count", ints({ -1 }), "0: negative stroke count -1" },
-        { "stroke count past the size", ints({ 2147483647, 0 }),
+        { "no strokes", int32s({ 0 }), "" },
+        { "one stroke of two points", int32s({ 1, 2, 10, 20, 30, 40 }), "" },
+        { "an empty stroke", int32s({ 2, 0, 1, 5, 6 }), "" },
+        { "negative stroke count", int32s({ -1 }), "0: negative stroke count -1" },
+        { "stroke count past the size", int32s({ 2147483647, 0 }),
             "0: stroke count 2147483647 does not fit in 8 bytes" },
-        { "negative point count", ints({ 1, -5 }), "4: negative point count -5" },
-        { "lying point count", ints({ 1, 100000000, 1, 2 }),
+        { "negative point count", int32s({ 1, -5 }), "4: negative point count -5" },
+        { "lying point count", int32s({ 1, 100000000, 1, 2 }),
             "4: point count 100000000 does not fit in the 8 bytes left" },
-        { "truncated point", ints({ 1, 2, 10, 20, 30 }),
+        { "truncated point", int32s({ 1, 2, 10, 20, 30 }),
             "4: point count 2 does not fit in the 12 bytes left" },
-        { "second stroke missing", ints({ 2, 1, 1, 1 }) + QByteArray(3, 'x'),
+        { "second stroke missing", int32s({ 2, 1, 1, 1 }) + QByteArray(3, 'x'),
             "16: stroke 2 of 2 is missing" },
-        { "trailing bytes", ints({ 1, 1, 1, 1 }) + QByteArray("zz", 2), "16: 2 trailing bytes" },
+        { "trailing bytes", int32s({ 1, 1, 1, 1 }) + QByteArray("zz", 2), "16: 2 trailing bytes" },
         { "not ink at all", QByteArray("<?xml version=\"1.0\"?><svg/>"),
             "0: stroke count 1836597052 does not fit in 27 bytes" },
     };
@@ -70,7 +53,7 @@ TEST(InkFile, SaveAndLoadRoundTripRoundedPoints)
     EXPECT_EQ(back, expected);
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    EXPECT_EQ(file.readAll(), ints({ 3, 2, 1, 3, -4, 7, 0, 1, 100000, -100000 }));
+    EXPECT_EQ(file.readAll(), int32s({ 3, 2, 1, 3, -4, 7, 0, 1, 100000, -100000 }));
 }
 
 TEST(InkFile, BadFilesAreReportedWithTheirNameAndLeaveTheResultAlone)
@@ -79,7 +62,7 @@ TEST(InkFile, BadFilesAreReportedWithTheirNameAndLeaveTheResultAlone)
     const QString bad = dir.filePath("bad.ink");
     QFile file(bad);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(ints({ 1, 50 }));
+    file.write(int32s({ 1, 50 }));
     file.close();
 
     Strokes strokes { { { 1, 1 } } };

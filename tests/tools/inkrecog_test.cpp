@@ -1,5 +1,6 @@
 // inkrecog as users meet it: the real program run through QProcess on real files, and
 // the ink file check it runs before CScribble::readFrom.
+#include "inkbytes.h"
 #include "inkcheck.h"
 
 #include <libutility/ink/scribble.h>
@@ -15,7 +16,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QtEndian>
 
 #include <cmath>
 #include <sstream>
@@ -26,17 +26,6 @@ namespace {
 
 // ---------------------------------------------------------------------------------------
 // Writing inputs
-
-QByteArray int32s(std::initializer_list<qint32> values)
-{
-    QByteArray bytes;
-    for (qint32 v : values) {
-        char le[4];
-        qToLittleEndian(v, le);
-        bytes.append(le, 4);
-    }
-    return bytes;
-}
 
 // A closed regular polygon of n corners, 5 px between points, as one stroke.
 QVector<QPoint> polygon(int n, double radius = 100.0, QPoint centre = QPoint(200, 200))

@@ -2,6 +2,7 @@
 // keyboard driven with xdotool. The pad's report file (--report-file) tells what it
 // holds after each classification, so the checks look at its state, not at pixels; a
 // screenshot of each run is kept in the test output folder for a person to look at.
+#include "inkbytes.h"
 #include "support/printers.h"
 
 #include <libutility/ink/scribble.h>
@@ -232,7 +233,7 @@ TEST_F(ScribblePad, ADamagedFileIsRefusedWithoutACrash)
     QTemporaryDir dir;
     QFile bad(dir.filePath("bad.ink"));
     ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
-    bad.write(QByteArray("\x01\x00\x00\x00\xff\xff\xff\x7f", 8)); // 2^31 - 1 points, none there
+    bad.write(int32s({ 1, 2147483647 })); // 2^31 - 1 points, none there
     bad.close();
     Pad pad({ bad.fileName() });
     ASSERT_FALSE(pad.waitFor("ready").isEmpty());
