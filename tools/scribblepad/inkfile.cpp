@@ -1,5 +1,7 @@
 #include "inkfile.h"
 
+#include "inkcheck.h"
+
 #include <libutility/ink/scribble.h>
 #include <libutility/ink/stroke.h>
 
@@ -11,49 +13,12 @@
 #include <sstream>
 #include <string>
 
-namespace {
-
-bool readInt(const QByteArray &data, qint64 &offset, qint32 &value)
-{
-    if (offset + 4 > data.size())
-        return false;
-    value = qFromLittleEndian<qint32>(data.constData() + offset);
-    offset += 4;
-    return true;
-}
-
-} // namespace
-
 QString checkInk(const QByteArray &data)
 {
-    qint64 offset = 0;
-    qint32 strokes = 0;
-    if (!readInt(data, offset, strokes))
-        return QStringLiteral("0: too short for a stroke count");
-    if (strokes < 0)
-        return QStringLiteral("0: negative stroke count %1").arg(strokes);
-    // Every stroke needs at least its own count: this bounds the stroke count by the size.
-    if (qint64(strokes) * 4 > data.size() - offset)
-        return QStringLiteral("0: stroke count %1 does not fit in %2 bytes")
-            .arg(strokes)
-            .arg(data.size());
-    for (qint32 i = 0; i < strokes; ++i) {
-        const qint64 at = offset;
-        qint32 points = 0;
-        if (!readInt(data, offset, points))
-            return QStringLiteral("%1: stroke %2 of %3 is missing").arg(at).arg(i + 1).arg(strokes);
-        if (points < 0)
-            return QStringLiteral("%1: negative point count %2").arg(at).arg(points);
-        if (qint64(points) * 8 > data.size() - offset)
-            return QStringLiteral("%1: point count %2 does not fit in the %3 bytes left")
-                .arg(at)
-                .arg(points)
-                .arg(data.size() - offset);
-        offset += qint64(points) * 8;
-    }
-    if (offset != data.size())
-        return QStringLiteral("%1: %2 trailing bytes").arg(offset).arg(data.size() - offset);
-    return QString();
+    // The same check inkrecog and the fuzzers run; the pad keeps the default limits.
+    const inkcheck::InkCheckResult result = inkcheck::checkInk(
+        reinterpret_cast<const unsigned char *>(data.constData()), std::uint64_t(data.size()));
+    return result.ok ? QString() : QString::fromStdString(inkcheck::describe(result));
 }
 
 bool loadInk(const QString &path, Strokes &strokes, QString *error)
