@@ -7,7 +7,6 @@
 
 #include <QFile>
 #include <QSaveFile>
-#include <QtEndian>
 
 #include <cmath>
 #include <sstream>
