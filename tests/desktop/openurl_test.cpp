@@ -29,24 +29,20 @@ class UrlRecorder : public QObject
 {
     Q_OBJECT
 public:
-    explicit UrlRecorder(QStringList schemes = { "http", "https", "file" })
-        : m_schemes(schemes)
+    UrlRecorder()
     {
-        for (const QString &scheme : m_schemes)
+        for (const char *scheme : { "http", "https", "file" })
             QDesktopServices::setUrlHandler(scheme, this, "open");
     }
     ~UrlRecorder() override
     {
-        for (const QString &scheme : m_schemes)
+        for (const char *scheme : { "http", "https", "file" })
             QDesktopServices::unsetUrlHandler(scheme);
     }
     QList<QUrl> opened;
 
 public Q_SLOTS:
     void open(const QUrl &url) { opened << url; }
-
-private:
-    QStringList m_schemes;
 };
 
 bool writeScript(const QString &path, const QString &marker)

