@@ -397,9 +397,37 @@ bool UnzipFile::open(const QString &path)
 
 int UnzipFile::getFileNum() const { return m_handle ? int(m_globalInfo.number_entry) : 0; }
 
-bool UnzipFile::gotoFirstFile() { return m_handle && unzGoToFirstFile(m_handle) == UNZ_OK; }
+namespace {
 
-bool UnzipFile::gotoNextFile() { return m_handle && unzGoToNextFile(m_handle) == UNZ_OK; }
+// minizip walks central-directory records for as long as they parse, past the count the
+// end record declares whenever that count is 0. Every walk here stops at the declared
+// count, so that listing, extraction and getFileNum() agree on a hostile archive. (0xffff
+// is the count's overflow marker: there minizip's own walk decides, as it does.)
+int goToFirstEntry(unzFile handle, uLong declared)
+{
+    return declared == 0 ? UNZ_END_OF_LIST_OF_FILE : unzGoToFirstFile(handle);
+}
+
+int goToNextEntry(unzFile handle, uLong declared)
+{
+    unz_file_pos where;
+    if (declared != 0xffff && unzGetFilePos(handle, &where) == UNZ_OK
+        && where.num_of_file + 1 >= declared)
+        return UNZ_END_OF_LIST_OF_FILE;
+    return unzGoToNextFile(handle);
+}
+
+} // namespace
+
+bool UnzipFile::gotoFirstFile()
+{
+    return m_handle && goToFirstEntry(m_handle, m_globalInfo.number_entry) == UNZ_OK;
+}
+
+bool UnzipFile::gotoNextFile()
+{
+    return m_handle && goToNextEntry(m_handle, m_globalInfo.number_entry) == UNZ_OK;
+}
 
 void UnzipFile::setBufferSize(int size)
 {
@@ -432,7 +460,8 @@ QStringList UnzipFile::listAllFiles(const char *prefix)
     const size_t prefixLength = prefix ? std::strlen(prefix) : 0;
     unz_file_pos where;
     const bool remembered = unzGetFilePos(m_handle, &where) == UNZ_OK;
-    for (int r = unzGoToFirstFile(m_handle); r == UNZ_OK; r = unzGoToNextFile(m_handle)) {
+    for (int r = goToFirstEntry(m_handle, m_globalInfo.number_entry); r == UNZ_OK;
+         r = goToNextEntry(m_handle, m_globalInfo.number_entry)) {
         unz_file_info info;
         QByteArray raw;
         const QString name = entryNameOf(m_handle, info, &raw);
@@ -549,7 +578,7 @@ bool UnzipFile::extractAll(const QString &directory)
     for (;;) {
         if (!extractCurrentTo(directory, allowance))
             return false;
-        const int r = unzGoToNextFile(m_handle);
+        const int r = goToNextEntry(m_handle, m_globalInfo.number_entry);
         if (r == UNZ_END_OF_LIST_OF_FILE)
             return true;
         if (r != UNZ_OK) {
