@@ -160,6 +160,14 @@ TEST(WindowManagement, RaiseParentsRaisesAncestorsOutermostFirst)
             return it == restacked.end() ? -1 : int(it - restacked.begin());
         };
 
+        // The window manager restacks frames on its own time: let the order settle first.
+        waitFor([&] {
+            return stackIndex(inner.get()) > stackIndex(other.get())
+                && (!raiseParents
+                    || (stackIndex(outer.get()) > stackIndex(other.get())
+                        && stackIndex(middle.get()) > stackIndex(outer.get())
+                        && stackIndex(inner.get()) > stackIndex(middle.get())));
+        });
         EXPECT_GT(stackIndex(inner.get()), stackIndex(other.get()));
         if (raiseParents) {
             EXPECT_GT(stackIndex(outer.get()), stackIndex(other.get()));
