@@ -2,6 +2,7 @@
 #include <libutility/logging/logstream.h>
 #include <libutility/logging/logsystem.h>
 
+#include "support/logcapture.h"
 #include "support/printers.h"
 
 #include <QCoreApplication>
@@ -17,25 +18,12 @@ using namespace basic_logging;
 namespace {
 
 // Collects the lines of one log stream while alive.
-template <class Level> class Capture
+template <class Level> struct Capture : LogCapture<Level>
 {
-public:
     explicit Capture(const QString &level = QStringLiteral("WARN"))
-        : m_oldLevel(CLogSystem::theRootInstance().getLevel())
-    {
-        CLogSystem::theRootInstance().setLevel(level);
-        logstream<Level>::instance().setCallback(
-            [this](const QByteArray &line) { lines.append(QString::fromLatin1(line).trimmed()); });
-    }
-    ~Capture()
-    {
-        logstream<Level>::instance().setStandardError();
-        CLogSystem::theRootInstance().setLevel(m_oldLevel);
-    }
-    QStringList lines;
-
-private:
-    QString m_oldLevel;
+        : LogCapture<Level>(
+            level, [](const QByteArray &line) { return QString::fromLatin1(line).trimmed(); })
+    { }
 };
 
 // Images group (members PNG and JPEG) followed by a plain Text handler. Each functor

@@ -3,6 +3,7 @@
 #include <libutility/logging/logstream.h>
 #include <libutility/logging/logsystem.h>
 
+#include "support/logcapture.h"
 #include "support/printers.h"
 
 #include <gtest/gtest.h>
@@ -231,16 +232,15 @@ TEST(Rectangles, KeepAspectFitting)
 
 TEST(GeometryTrace, EnterAndExitUnderTheUnitFileName)
 {
-    const QString oldLevel = CLogSystem::theRootInstance().getLevel();
     QList<QStringList> lines;
-    auto &stream = basic_logging::logstream<basic_logging::tracelevel>::instance();
-    stream.setCallback([&](const QByteArray &line) { lines << QString(line).split('\t'); });
-    CLogSystem::theRootInstance().setLevel(QStringLiteral("TRACE"));
-    getCos(QPointF(0, 0), QPointF(0, 1));
-    QVector<double> lengths;
-    calcAdjacentLength(QVector<QPointF>(), lengths);
-    stream.setStandardError();
-    CLogSystem::theRootInstance().setLevel(oldLevel);
+    {
+        LogCapture<> capture;
+        getCos(QPointF(0, 0), QPointF(0, 1));
+        QVector<double> lengths;
+        calcAdjacentLength(QVector<QPointF>(), lengths);
+        for (const QString &line : capture.lines)
+            lines << line.split('\t');
+    }
 
     ASSERT_EQ(lines.size(), 4);
     EXPECT_EQ(lines[0].value(0) + lines[0].value(2), QStringLiteral("geometryEnter getCos"));

@@ -4,6 +4,8 @@
 
 #include "support/printers.h"
 
+#include "support/logcapture.h"
+
 #include <libutility/ink/binaryread.h>
 #include <libutility/ink/nrect.h>
 #include <libutility/logging/logstream.h>
@@ -47,28 +49,14 @@ inline Edges edgesOf(const CNRect &r) { return { r.left(), r.top(), r.right(), r
 
 // Collects the trace lines written while it lives, at the TRACE level, without their
 // line numbers: "file Enter name".
-class TraceCapture
+struct TraceCapture : LogCapture<>
 {
-public:
     TraceCapture()
-        : m_oldLevel(CLogSystem::theRootInstance().getLevel())
-    {
-        CLogSystem::theRootInstance().setLevel(QStringLiteral("TRACE"));
-        basic_logging::logstream<basic_logging::tracelevel>::instance().setCallback(
-            [this](const QByteArray &line) {
-                const QList<QByteArray> parts = line.split('\t');
-                lines.append(QString::fromLatin1(parts.value(0) + ' ' + parts.value(2)));
-            });
-    }
-    ~TraceCapture()
-    {
-        basic_logging::logstream<basic_logging::tracelevel>::instance().setStandardError();
-        CLogSystem::theRootInstance().setLevel(m_oldLevel);
-    }
-    QStringList lines;
-
-private:
-    QString m_oldLevel;
+        : LogCapture<>(QStringLiteral("TRACE"), [](const QByteArray &line) {
+            const QList<QByteArray> parts = line.split('\t');
+            return QString::fromLatin1(parts.value(0) + ' ' + parts.value(2));
+        })
+    { }
 };
 
 } // namespace inktest

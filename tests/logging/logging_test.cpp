@@ -2,6 +2,8 @@
 #include <libutility/logging/logsystem.h>
 #include <libutility/logging/trace.h>
 
+#include "support/logcapture.h"
+
 #include <QBuffer>
 #include <QTemporaryDir>
 
@@ -35,32 +37,14 @@ double tracedValue(double x)
     return TRACE_RETURN_SHOWING(x);
 }
 
-// Captures the lines of one stream and restores the level and sink afterwards.
-template <class Level>
-class Capture
-{
-public:
-    explicit Capture(const QString &level)
-        : m_oldLevel(CLogSystem::theRootInstance().getLevel())
-    {
-        CLogSystem::theRootInstance().setLevel(level);
-        logstream<Level>::instance().setCallback(
-            [this](const QByteArray &line) { lines.append(QString::fromLatin1(line)); });
-    }
-    ~Capture()
-    {
-        logstream<Level>::instance().setStandardError();
-        CLogSystem::theRootInstance().setLevel(m_oldLevel);
-    }
-    QStringList lines;
-
-private:
-    QString m_oldLevel;
-};
+template <class Level> using Capture = LogCapture<Level>;
 
 QString line(const char *file, int number, const char *what)
 {
-    return QStringLiteral("%1\t%2\t%3").arg(QLatin1String(file)).arg(number).arg(QLatin1String(what));
+    return QStringLiteral("%1\t%2\t%3")
+        .arg(QLatin1String(file))
+        .arg(number)
+        .arg(QLatin1String(what));
 }
 
 } // namespace
@@ -120,7 +104,7 @@ TEST(LogStream, RedirectsToDeviceAndFile)
 TEST(LogStream, WarningsFollowTheLevel)
 {
     for (const auto &row : { std::make_pair("INFO", 1), std::make_pair("TRACE", 1),
-                             std::make_pair("ERROR", 0), std::make_pair("OFF", 0) }) {
+             std::make_pair("ERROR", 0), std::make_pair("OFF", 0) }) {
         Capture<warnlevel> capture(QString::fromLatin1(row.first));
         warning() << "careful" << LoggerEndline;
         EXPECT_EQ(capture.lines.size(), row.second) << row.first;

@@ -3,6 +3,7 @@
 #include <libutility/recognition/figurerecogniser.h>
 #include <libutility/recognition/openstroke.h>
 
+#include "support/logcapture.h"
 #include "support/printers.h"
 
 #include <QLineF>
@@ -10,6 +11,8 @@
 #include <QStringList>
 
 #include <gtest/gtest.h>
+
+#include <memory>
 
 #include <cmath>
 #include <limits>
@@ -272,11 +275,7 @@ TEST(ClassifyScribble, BadInputGivesHandwritingAndLeavesOutputsAlone)
 
 TEST(ClassifyScribble, PreparedStrokesInputUntouchedAndExitTraceLine)
 {
-    QStringList lines;
-    const QString oldLevel = CLogSystem::theRootInstance().getLevel();
-    CLogSystem::theRootInstance().setLevel("TRACE");
-    basic_logging::logstream<basic_logging::tracelevel>::instance().setCallback(
-        [&lines](const QByteArray &line) { lines << QString::fromLatin1(line); });
+    auto capture = std::make_unique<LogCapture<>>();
     const Strokes strokes = { drawClosed(regular(3, 100)) }, copy = strokes;
     QRectF rect;
     QVector<QPointF> result;
@@ -284,8 +283,8 @@ TEST(ClassifyScribble, PreparedStrokesInputUntouchedAndExitTraceLine)
     const int category = classifyScribble(strokes, rect, result, 6, true, &prepared);
     // The open-stroke analysis writes under the recogniser's file name too.
     check1OpenStroke({ QPointF(0, 0), QPointF(10, 0) }, rect);
-    basic_logging::logstream<basic_logging::tracelevel>::instance().setStandardError();
-    CLogSystem::theRootInstance().setLevel(oldLevel);
+    const QStringList lines = capture->lines;
+    capture.reset();
 
     ASSERT_EQ(category, cPOLYGON);
     EXPECT_EQ(strokes, copy);
