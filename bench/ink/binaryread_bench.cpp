@@ -33,12 +33,7 @@ static void BM_DecodePoints(benchmark::State &state)
     MemBuf buf;
     double ours = 0, limit = 0, general = 0;
     for (auto _ : state) {
-        limit += timed([&] {
-            buf.readFrom(&bytes[0], bytes.size());
-            std::istream in(&buf);
-            in.read(raw.data(), static_cast<std::streamsize>(raw.size()));
-            benchmark::DoNotOptimize(raw.data());
-        });
+        limit += timedRawRead(buf, bytes, raw);
         general += timed([&] {
             buf.readFrom(&bytes[0], bytes.size());
             std::istream in(&buf);

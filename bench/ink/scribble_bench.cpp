@@ -46,12 +46,7 @@ static void BM_ScribbleRead(benchmark::State &state)
     double ours = 0, limit = 0, limitFresh = 0;
     CScribble read;
     for (auto _ : state) {
-        limit += timed([&] {
-            buf.readFrom(&bytes[0], bytes.size());
-            std::istream in(&buf);
-            in.read(raw.data(), static_cast<std::streamsize>(raw.size()));
-            benchmark::DoNotOptimize(raw.data());
-        });
+        limit += timedRawRead(buf, bytes, raw);
         // Reading into new memory also pays for first touching its pages, as a
         // scribble read into new strokes does.
         limitFresh += timed([&] {
