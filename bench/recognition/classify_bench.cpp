@@ -103,6 +103,8 @@ void BM_ClassifyLongStroke(benchmark::State &state)
             CFigureRecogniser::classifyScribble(strokes, rect, result, 6, true));
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.counters["us_per_point"] = benchmark::Counter(double(state.range(0)) / 1e6,
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(BM_ClassifyLongStroke)->RangeMultiplier(10)->Range(1000, 100000);
 
@@ -118,6 +120,8 @@ void BM_PlainPassLongStroke(benchmark::State &state)
         benchmark::DoNotOptimize(length);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
+    state.counters["us_per_point"] = benchmark::Counter(double(state.range(0)) / 1e6,
+        benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 BENCHMARK(BM_PlainPassLongStroke)->RangeMultiplier(10)->Range(1000, 100000);
 

@@ -1,12 +1,26 @@
 #include <libutility/geometry/strokeutil.h>
 
 #include <libutility/geometry/geometry.h>
+#include <libutility/geometry/geometry_p.h>
 #include <libutility/logging/trace.h>
 
 #include <algorithm>
+#include <cmath>
+#include <memory>
 #include <vector>
 
 namespace {
+
+// Working space of one smoothing: the thinned points, their step lengths, the pieces,
+// and the splitting passes' lists.
+struct SmoothScratch
+{
+    QVector<QPointF> thinned;
+    QVector<double> lengths;
+    QVector<SegmentIndex> segments;
+    std::vector<SegmentIndex> pieces;
+    std::vector<double> weighed;
+};
 
 // Whether a piece's indexes fit a stroke of n points with the given step lengths.
 bool pieceFits(const SegmentIndex &piece, int n, int lengthCount)
@@ -14,6 +28,191 @@ bool pieceFits(const SegmentIndex &piece, int n, int lengthCount)
     return piece.start >= 0 && piece.end < n && piece.start <= piece.end
         && piece.end - 1 <= lengthCount;
 }
+
+// Whether x * y of every step between neighbouring points is finite.
+bool stepProductsAreFinite(const QVector<QPointF> &points)
+{
+    const QPointF *p = points.constData();
+    for (int k = 0; k + 1 < points.size(); ++k) {
+        const QPointF step = p[k + 1] - p[k];
+        if (!std::isfinite(step.x() * step.y()))
+            return false;
+    }
+    return true;
+}
+
+void divideIntoSegments(const QVector<QPointF> &points, QVector<SegmentIndex> &segments,
+    double ratio, SmoothScratch &scratch);
+
+// Lends the calling thread's smoothing working space for the life of the loan, so that
+// smoothing stroke after stroke reuses its memory instead of allocating five lists for
+// each. A loan taken while the thread's space is already lent (a smoothing started from
+// inside another, e.g. by a trace sink) gets a fresh space of its own. Space grown past
+// kKeptPoints points is given back when the loan ends, so that one huge stroke does not
+// pin its memory to the thread.
+class ScratchLoan
+{
+public:
+    ScratchLoan()
+        : m_own(t_lent ? new SmoothScratch : nullptr)
+    {
+        if (!m_own)
+            t_lent = true;
+    }
+    ~ScratchLoan()
+    {
+        if (m_own)
+            return;
+        if (t_scratch.weighed.capacity() > kKeptPoints)
+            t_scratch = SmoothScratch();
+        t_lent = false;
+    }
+    ScratchLoan(const ScratchLoan &) = delete;
+    ScratchLoan &operator=(const ScratchLoan &) = delete;
+
+    SmoothScratch &scratch() { return m_own ? *m_own : t_scratch; }
+
+private:
+    static constexpr std::size_t kKeptPoints = 1 << 16;
+    static thread_local SmoothScratch t_scratch;
+    static thread_local bool t_lent;
+    std::unique_ptr<SmoothScratch> m_own;
+};
+
+thread_local SmoothScratch ScratchLoan::t_scratch;
+thread_local bool ScratchLoan::t_lent = false;
+
+// The length of the stroke as calcStrokeLength adds it up (the steps in order from 0.0),
+// without keeping the steps.
+double sumOfSteps(const QVector<QPointF> &points)
+{
+    const QPointF *p = points.constData();
+    double total = 0.0;
+    for (int i = 0; i + 1 < points.size(); ++i)
+        total += Util::detail::distance(p[i], p[i + 1]);
+    return total;
+}
+
+// Where a pass splits the piece: the point farthest from the piece's chord (ties go to
+// the later point), if it lies farther than ratio times the chord's length; -1 if not.
+// `next` is the following piece as this pass left it, if it fits the stroke. `weighed`
+// is working space of at least piece.end - piece.start doubles.
+template <class ChordDistance>
+int splitPoint(const QPointF *p, const double *len, const SegmentIndex &piece,
+    const SegmentIndex *next, double totalLength, double ratio, double *weighed)
+{
+    const QPointF a = p[piece.start];
+    const QPointF b = p[piece.end];
+    const ChordDistance chord(a, b);
+
+    // First every point's distance, weighted: a deviation that bends the same way as the
+    // stroke turns into the following piece counts fully, one against it counts half.
+    // Kept apart from the search below, these divisions and roots do not wait on it.
+    const int turn = next ? Util::detail::leftOrRight(b - a, p[next->end] - p[next->start]) : 0;
+    const int first = piece.start + 1;
+    for (int k = first; k < piece.end; ++k) {
+        const double d = chord(p[k]);
+        const bool against = next && !(Util::detail::leftOrRight(p[k] - a, b - p[k]) * turn > 0);
+        weighed[k - first] = against ? d * 0.5 : d;
+    }
+
+    // The end margin along the stroke is zero by design; it stays a computed value so
+    // that the candidate test below keeps its shape.
+    const double margin = totalLength * 0.0;
+    double cum = 0.0;
+    double maxDist = 0.0;
+    int best = -1;
+    for (int k = first; k < piece.end; ++k) {
+        cum += len[k - 1];
+        const double d = weighed[k - first];
+        // Evaluated whole (& rather than &&) so that the choice compiles without jumps.
+        const bool farther = (d >= maxDist) & (cum > margin) & (totalLength - cum > margin);
+        maxDist = farther ? d : maxDist;
+        best = farther ? k : best;
+    }
+    return best >= 0 && maxDist > chord.length() * ratio ? best : -1;
+}
+
+// One splitting pass of divideRuggedSegment.
+void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &lengths,
+    QVector<SegmentIndex> &segments, double totalLength, double ratio,
+    SmoothScratch &scratch)
+{
+    TRACE_FUNCTION("strokeutil", "divideRuggedSegment");
+    const int n = points.size();
+    const int lengthCount = lengths.size();
+    const QPointF *p = points.constData();
+    const double *len = lengths.constData();
+    const bool tracing = basic_logging::traceEnabled();
+
+    // The pass visits the pieces from the last to the first and fills the new list
+    // from the back of `scratch` towards its front; that is the same as splitting in
+    // place by insertion (the following piece of piece i is whatever piece i + 1 became
+    // in this pass) but keeps the pass linear instead of moving the tail of the list at
+    // every split. The new list ends up as out[w, 2 * count).
+    const int count = segments.size();
+    if (scratch.pieces.size() < std::size_t(count) * 2)
+        scratch.pieces.resize(std::size_t(count) * 2);
+    if (scratch.weighed.size() < std::size_t(n))
+        scratch.weighed.resize(std::size_t(n));
+    SegmentIndex *out = scratch.pieces.data();
+    double *weighed = scratch.weighed.data();
+    int w = count * 2;
+    bool split = false;
+    for (int i = count - 1; i >= 0; --i) {
+        SegmentIndex piece = segments.at(i);
+        if (!piece.divisible || piece.end - piece.start <= 1 || !pieceFits(piece, n, lengthCount)) {
+            out[--w] = piece;
+            continue;
+        }
+        const SegmentIndex *next
+            = w < count * 2 && pieceFits(out[w], n, lengthCount) ? &out[w] : nullptr;
+        const int best = tracing
+            ? splitPoint<Util::detail::TracedSegmentDistance>(
+                p, len, piece, next, totalLength, ratio, weighed)
+            : splitPoint<Util::detail::SegmentDistance>(
+                p, len, piece, next, totalLength, ratio, weighed);
+        if (best >= 0) {
+            out[--w] = SegmentIndex { best, piece.end, true };
+            out[--w] = SegmentIndex { piece.start, best, true };
+            split = true;
+        } else {
+            piece.divisible = false;
+            out[--w] = piece;
+        }
+    }
+    if (split) {
+        segments.resize(count * 2 - w);
+        std::copy(out + w, out + count * 2, segments.begin());
+    } else {
+        // Only flags changed: write them back without reallocating.
+        for (int i = 0; i < count; ++i)
+            segments[i].divisible = out[w + i].divisible;
+    }
+    TRACE_EXIT();
+}
+
+// getSmoothPoints with the given working space.
+void smoothPoints(
+    const QVector<QPointF> &points, QVector<QPointF> &out, double ratio, SmoothScratch &scratch)
+{
+    TRACE_FUNCTION("strokeutil", "getSmoothPoints");
+    out.clear();
+    if (points.isEmpty()) {
+        TRACE_EXIT();
+        return;
+    }
+    QVector<QPointF> &thinned = scratch.thinned;
+    copyMovingPoints(points, thinned, 3.0);
+    removeNoise(thinned);
+    divideIntoSegments(thinned, scratch.segments, ratio, scratch);
+    out.reserve(scratch.segments.size() + 1);
+    out.append(thinned.first());
+    for (const SegmentIndex &piece : qAsConst(scratch.segments))
+        out.append(thinned[piece.end]);
+    TRACE_EXIT();
+}
+
 
 } // namespace
 
@@ -32,7 +231,7 @@ void calcAdjacentLength(const QVector<QPointF> &points, QVector<double> &lengths
     double *out = lengths.data();
     const QPointF *p = points.constData();
     for (int i = 0; i + 1 < n; ++i)
-        out[i] = getDistance(p[i], p[i + 1]);
+        out[i] = detail::distance(p[i], p[i + 1]);
     TRACE_EXIT();
 }
 
@@ -49,28 +248,16 @@ double calcStrokeLength(const QVector<QPointF> &points, QVector<double> &lengths
 double calcStrokeLength(const QVector<QPointF> &points)
 {
     TRACE_FUNCTION("strokeutil", "calcStrokeLength");
+    if (!basic_logging::traceEnabled())
+        return sumOfSteps(points);
     QVector<double> lengths;
     return TRACE_RETURN(calcStrokeLength(points, lengths));
 }
 
 void getSmoothPoints(const QVector<QPointF> &points, QVector<QPointF> &out, double ratio)
 {
-    TRACE_FUNCTION("strokeutil", "getSmoothPoints");
-    out.clear();
-    if (points.isEmpty()) {
-        TRACE_EXIT();
-        return;
-    }
-    QVector<QPointF> thinned;
-    copyMovingPoints(points, thinned, 3.0);
-    removeNoise(thinned);
-    QVector<SegmentIndex> segments;
-    divideStrokeToSegments(thinned, segments, ratio);
-    out.reserve(segments.size() + 1);
-    out.append(thinned.first());
-    for (const SegmentIndex &piece : qAsConst(segments))
-        out.append(thinned[piece.end]);
-    TRACE_EXIT();
+    ScratchLoan loan;
+    smoothPoints(points, out, ratio, loan.scratch());
 }
 
 QPointF getAveragePoint(const QVector<QPointF> &points, int from, int to)
@@ -94,9 +281,27 @@ QPointF getAveragePoint(const QVector<QPointF> &points, int from, int to)
 void divideStrokeToSegments(
     const QVector<QPointF> &points, QVector<SegmentIndex> &segments, double ratio)
 {
+    // The caller's list is the result; the loan's own list stays unused.
+    ScratchLoan loan;
+    divideIntoSegments(points, segments, ratio, loan.scratch());
+}
+
+void divideRuggedSegment(const QVector<QPointF> &points, const QVector<double> &lengths,
+    QVector<SegmentIndex> &segments, double totalLength, double ratio)
+{
+    ScratchLoan loan;
+    divideRuggedPass(points, lengths, segments, totalLength, ratio, loan.scratch());
+}
+
+namespace {
+
+// divideStrokeToSegments with the given working space.
+void divideIntoSegments(const QVector<QPointF> &points, QVector<SegmentIndex> &segments,
+    double ratio, SmoothScratch &scratch)
+{
     TRACE_FUNCTION("strokeutil", "divideStrokeToSegments");
     const int n = points.size();
-    QVector<double> lengths;
+    QVector<double> &lengths = scratch.lengths;
     const double total = Util::calcStrokeLength(points, lengths);
     segments.clear();
     segments.reserve(std::max(n - 1, 1));
@@ -105,86 +310,14 @@ void divideStrokeToSegments(
     // shorter and at most n - 2 splits can happen.
     for (;;) {
         const int before = segments.size();
-        divideRuggedSegment(points, lengths, segments, total, ratio);
+        divideRuggedPass(points, lengths, segments, total, ratio, scratch);
         if (segments.size() == before)
             break;
     }
     TRACE_EXIT();
 }
 
-void divideRuggedSegment(const QVector<QPointF> &points, const QVector<double> &lengths,
-    QVector<SegmentIndex> &segments, double totalLength, double ratio)
-{
-    TRACE_FUNCTION("strokeutil", "divideRuggedSegment");
-    // The end margin along the stroke is zero by design; it stays a computed value so
-    // that the candidate test below keeps its shape.
-    const double margin = totalLength * 0.0;
-    const int n = points.size();
-    const int lengthCount = lengths.size();
-    const QPointF *p = points.constData();
-    const double *len = lengths.constData();
-
-    // The pass visits the pieces from the last to the first and builds the new list
-    // back to front; that is the same as splitting in place by insertion (the following
-    // piece of piece i is whatever piece i + 1 became in this pass) but keeps the pass
-    // linear instead of moving the tail of the list at every split.
-    const int count = segments.size();
-    QVector<SegmentIndex> reversed;
-    reversed.reserve(count * 2);
-    bool split = false;
-    for (int i = count - 1; i >= 0; --i) {
-        SegmentIndex piece = segments.at(i);
-        if (!piece.divisible || piece.end - piece.start <= 1 || !pieceFits(piece, n, lengthCount)) {
-            reversed.append(piece);
-            continue;
-        }
-        const QPointF a = p[piece.start];
-        const QPointF b = p[piece.end];
-
-        // Bend weighting: a deviation that bends the same way as the stroke turns into
-        // the following piece counts fully, one against it counts half.
-        bool weighted = false;
-        int turn = 0;
-        if (!reversed.isEmpty() && pieceFits(reversed.last(), n, lengthCount)) {
-            const SegmentIndex &next = reversed.last();
-            weighted = true;
-            turn = Util::vectorLeftOrRight(b - a, p[next.end] - p[next.start]);
-        }
-
-        double cum = 0.0;
-        double maxDist = 0.0;
-        int best = -1;
-        for (int k = piece.start + 1; k < piece.end; ++k) {
-            cum += len[k - 1];
-            double d = Util::calcDistanceToLineSegment(a, b, p[k], nullptr);
-            if (weighted && !(Util::vectorLeftOrRight(p[k] - a, b - p[k]) * turn > 0))
-                d *= 0.5;
-            // Greater-or-equal: ties go to the later point.
-            if (d >= maxDist && cum > margin && totalLength - cum > margin) {
-                maxDist = d;
-                best = k;
-            }
-        }
-
-        if (best >= 0 && maxDist > Util::getDistance(a, b) * ratio) {
-            reversed.append(SegmentIndex { best, piece.end, true });
-            reversed.append(SegmentIndex { piece.start, best, true });
-            split = true;
-        } else {
-            piece.divisible = false;
-            reversed.append(piece);
-        }
-    }
-    if (split) {
-        std::reverse(reversed.begin(), reversed.end());
-        segments.swap(reversed);
-    } else {
-        // Only flags changed: write them back without reallocating.
-        for (int i = 0; i < count; ++i)
-            segments[i].divisible = reversed.at(count - 1 - i).divisible;
-    }
-    TRACE_EXIT();
-}
+} // namespace
 
 double getDistanceToDividePoint(const QVector<QPointF> &points, int first, int last)
 {
@@ -212,11 +345,11 @@ void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, dou
     // A stroke that ends near its start keeps the point farthest from its start, so that
     // the far side of a small closed figure is never thinned away.
     int farIndex = -1;
-    if (n > 2 && Util::getDistance(p[0], p[n - 1]) < minTravel) {
+    if (n > 2 && Util::detail::distance(p[0], p[n - 1]) < minTravel) {
         farIndex = 1;
-        double farthest = Util::getDistance(p[0], p[1]);
+        double farthest = Util::detail::distance(p[0], p[1]);
         for (int i = 2; i <= n - 2; ++i) {
-            const double d = Util::getDistance(p[0], p[i]);
+            const double d = Util::detail::distance(p[0], p[i]);
             if (d > farthest) {
                 farthest = d;
                 farIndex = i;
@@ -224,19 +357,22 @@ void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, dou
         }
     }
 
+    out.resize(n);
+    QPointF *kept = out.data();
     double travel = 0.0;
     for (int i = 0; i < n; ++i) {
         if (i == 0 || i == n - 1 || i == farIndex) {
-            out.append(p[i]);
+            *kept++ = p[i];
             travel = 0.0;
             continue;
         }
-        travel += Util::getDistance(p[i - 1], p[i]);
+        travel += Util::detail::distance(p[i - 1], p[i]);
         if (travel > minTravel) {
-            out.append(p[i]);
+            *kept++ = p[i];
             travel = 0.0;
         }
     }
+    out.resize(int(kept - out.constData()));
     TRACE_EXIT();
 }
 
@@ -245,6 +381,13 @@ void removeNoise(QVector<QPointF> &points)
     TRACE_FUNCTION("strokeutil", "removeNoise");
     const int n = points.size();
     if (n < 5) {
+        TRACE_EXIT();
+        return;
+    }
+    // The filter below can only fire where a step's x * y is not finite (see s2); for
+    // every other stroke it leaves the points as they are, so that case skips the work.
+    // With tracing on the whole pass runs, so that the trace shows it as always.
+    if (!basic_logging::traceEnabled() && stepProductsAreFinite(points)) {
         TRACE_EXIT();
         return;
     }

@@ -1,6 +1,7 @@
 #include <libutility/recognition/figurerecogniser.h>
 
 #include <libutility/geometry/geometry.h>
+#include <libutility/geometry/geometry_p.h>
 #include <libutility/geometry/strokeutil.h>
 #include <libutility/logging/trace.h>
 
@@ -97,6 +98,26 @@ void eraseCorner(QVector<QPointF> &pts, int i)
     }
 }
 
+// The first point of the stroke farthest from the chord of its ends, by whole units
+// (0 when none is a unit away).
+template <class ChordDistance>
+int farthestFromEnds(const QVector<QPointF> &stroke)
+{
+    int best = 0;
+    int bestDistance = 0;
+    if (stroke.size() > 2) {
+        const ChordDistance chord(stroke.first(), stroke.last());
+        for (int i = 1; i <= stroke.size() - 2; ++i) {
+            const int d = truncatedDistance(chord(stroke[i]));
+            if (d > bestDistance) {
+                bestDistance = d;
+                best = i;
+            }
+        }
+    }
+    return best;
+}
+
 bool isClosedList(const QVector<QPointF> &pts)
 {
     return pts.size() >= 2 && pts.first() == pts.last();
@@ -178,8 +199,11 @@ int classifyScribble(const QVector<QVector<QPointF>> &strokes, QRectF &rect,
     QVector<QVector<QPointF>> once;
     makeSmoothPoints(strokes, once, 0.01);
     rect = getStrokeRectBound(once.first());
+    // Only a scribble of two strokes uses the twice-smoothed strokes; the others skip
+    // that work unless tracing, whose lines show every step.
     QVector<QVector<QPointF>> twice;
-    makeSmoothPoints(once, twice, 0.1);
+    if (once.size() == 2 || basic_logging::traceEnabled())
+        makeSmoothPoints(once, twice, 0.1);
 
     int code = cHANDWRITE_DATA;
     if (once.size() == 2)
@@ -253,18 +277,9 @@ int checkCloseFigure(
         out[0].clear();
         return TRACE_RETURN(cHANDWRITE_DATA);
     }
-    int best = 0;
-    int bestDistance = 0;
-    if (stroke.size() > 2) {
-        for (int i = 1; i <= stroke.size() - 2; ++i) {
-            const int d = truncatedDistance(
-                Util::calcDistanceToLineSegment(stroke.first(), stroke.last(), stroke[i], nullptr));
-            if (d > bestDistance) {
-                bestDistance = d;
-                best = i;
-            }
-        }
-    }
+    const int best = basic_logging::traceEnabled()
+        ? farthestFromEnds<Util::detail::TracedSegmentDistance>(stroke)
+        : farthestFromEnds<Util::detail::SegmentDistance>(stroke);
     std::rotate(stroke.begin(), stroke.begin() + best, stroke.end());
     stroke.append(stroke.first());
 

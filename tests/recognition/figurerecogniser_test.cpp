@@ -297,6 +297,66 @@ TEST(ClassifyScribble, PreparedStrokesInputUntouchedAndExitTraceLine)
         EXPECT_TRUE(line.startsWith("figurerecogniser\t")) << line.toStdString();
 }
 
+// With tracing off the recogniser's loops run inline copies of the geometry kernel's
+// arithmetic; with tracing on they call the traced functions. Both ways must give the same
+// bits, on ink of every kind and scale.
+TEST(ClassifyScribble, SameBitsWithTracingOnAndOff)
+{
+    std::mt19937 rng(5);
+    std::uniform_real_distribution<double> unit(0.0, 1.0);
+    auto walk = [&](int n, double step) {
+        Stroke s = { QPointF(300 * unit(rng), 300 * unit(rng)) };
+        double heading = 6.3 * unit(rng);
+        for (int i = 1; i < n; ++i) {
+            heading += unit(rng) - 0.5;
+            s << s.last() + step * QPointF(std::cos(heading), std::sin(heading));
+        }
+        return s;
+    };
+    auto bits = [](const QVector<QPointF> &points, const QRectF &rect) {
+        QByteArray b(reinterpret_cast<const char *>(points.constData()),
+            int(points.size() * sizeof(QPointF)));
+        const double r[4] = { rect.x(), rect.y(), rect.width(), rect.height() };
+        return b + QByteArray(reinterpret_cast<const char *>(r), sizeof r);
+    };
+    for (int sample = 0; sample < 120; ++sample) {
+        Strokes strokes;
+        const double scale = sample % 10 == 0 ? 1e-7 : sample % 10 == 1 ? 1e9 : 1.0;
+        switch (sample % 4) {
+        case 0:
+            strokes = { drawClosed(regular(3 + sample % 5, 40 + sample), 2.0, sample) };
+            break;
+        case 1:
+            strokes = { walk(20 + sample * 3, 3.0) };
+            break;
+        case 2:
+            strokes = { walk(15 + sample, 4.0), walk(15 + sample / 2, 4.0) };
+            break;
+        default:
+            strokes = { drawClosed({ QPointF(0, 0), QPointF(90, 10), QPointF(40, 70) }, 6.0,
+                sample) };
+            strokes[0].insert(sample % strokes[0].size(), strokes[0][sample % strokes[0].size()]);
+        }
+        for (Stroke &s : strokes)
+            for (QPointF &p : s)
+                p *= scale;
+        QRectF rectOff, rectOn;
+        QVector<QPointF> off, on;
+        Strokes preparedOff, preparedOn;
+        const int categoryOff = classifyScribble(strokes, rectOff, off, 6, true, &preparedOff);
+        int categoryOn;
+        {
+            LogCapture<> tracing(QStringLiteral("TRACE"), [](const QByteArray &) { return QString(); });
+            categoryOn = classifyScribble(strokes, rectOn, on, 6, true, &preparedOn);
+        }
+        EXPECT_EQ(categoryOff, categoryOn) << "sample " << sample;
+        EXPECT_EQ(bits(off, rectOff), bits(on, rectOn)) << "sample " << sample;
+        ASSERT_EQ(preparedOff.size(), preparedOn.size()) << "sample " << sample;
+        for (int i = 0; i < preparedOff.size(); ++i)
+            EXPECT_EQ(bits(preparedOff[i], {}), bits(preparedOn[i], {})) << "sample " << sample;
+    }
+}
+
 TEST(ShapeNormalisers, SnapRoughShapesAndLeaveShapesNearNoFormAsDrawn)
 {
     const auto side

@@ -1,0 +1,112 @@
+// Inline forms of the geometry kernel's arithmetic for the library's own hot loops.
+//
+// Each helper performs exactly the operations, in exactly the order, of the exported
+// function it stands for, so that a loop using it gets the same bits as one calling the
+// exported function (the build does not contract a*b + c into fused operations, so
+// inlining changes no rounding). What the helpers save is the call through the PLT,
+// the per-call setup (a chord's line rebuilt for every point) and, with tracing off, the
+// trace scope.
+//
+// The exported functions that write trace lines stay the reference: a loop that uses a
+// helper standing in for one of them is written once, as a template, and runs with the
+// Traced* twin while tracing, which calls the exported function itself, so that the trace
+// shows every call it always showed.
+#ifndef LIBUTILITY_GEOMETRY_GEOMETRY_P_H
+#define LIBUTILITY_GEOMETRY_GEOMETRY_P_H
+
+#include <libutility/geometry/geometry.h>
+#include <libutility/logging/logsystem.h>
+
+#include <QPointF>
+
+#include <cmath>
+
+namespace Util {
+namespace detail {
+
+/// Util::getInnerProduct.
+inline double dot(const QPointF &v1, const QPointF &v2)
+{
+    return v1.x() * v2.x() + v1.y() * v2.y();
+}
+
+/// Util::getDistance.
+inline double distance(const QPointF &a, const QPointF &b)
+{
+    const double dx = a.x() - b.x();
+    const double dy = a.y() - b.y();
+    return std::sqrt(dx * dx + dy * dy);
+}
+
+/// Util::vectorLeftOrRight: sign of the cross product, 0 within 1e-9, -1 for a NaN.
+inline int leftOrRight(const QPointF &v1, const QPointF &v2)
+{
+    const double value = v1.x() * v2.y() - v1.y() * v2.x();
+    // Written without jumps: the sign of a point's side of a chord is not predictable.
+    const int sign = value > 0.0 ? 1 : -1;
+    return std::fabs(value) < 1e-9 ? 0 : sign;
+}
+
+/// Util::calcDistanceToLineSegment(a, b, p, nullptr) for many p against one chord a-b:
+/// the chord's line coefficients and their norm are computed once.
+class SegmentDistance
+{
+public:
+    SegmentDistance(const QPointF &a, const QPointF &b)
+        : m_a(a)
+        , m_b(b)
+        , m_ab(a - b)
+        , m_ba(b - a)
+        // Util::getLineCoefficient(a, b, ...).
+        , m_la(b.y() - a.y())
+        , m_lb(a.x() - b.x())
+        , m_lc(b.x() * a.y() - a.x() * b.y())
+        , m_norm(std::sqrt(m_la * m_la + m_lb * m_lb))
+    {
+    }
+
+    double operator()(const QPointF &p) const
+    {
+        // "Not less than zero" so that a NaN product also picks a, as the original does.
+        if (!(dot(m_ab, p - m_a) < 0.0))
+            return distance(p, m_a);
+        if (dot(m_ba, p - m_b) >= 0.0)
+            return distance(p, m_b);
+        return std::fabs(m_la * p.x() + m_lb * p.y() + m_lc) / m_norm;
+    }
+
+    /// The chord's length: bit for bit Util::getDistance(a, b), since the sum of squares
+    /// is the same sum in another order of its two terms.
+    double length() const { return m_norm; }
+
+private:
+    QPointF m_a, m_b, m_ab, m_ba;
+    double m_la, m_lb, m_lc, m_norm;
+};
+
+/// SegmentDistance through the exported, traced function: what a loop uses while tracing,
+/// so that the trace shows every call.
+class TracedSegmentDistance
+{
+public:
+    TracedSegmentDistance(const QPointF &a, const QPointF &b)
+        : m_a(a)
+        , m_b(b)
+    {
+    }
+
+    double operator()(const QPointF &p) const
+    {
+        return calcDistanceToLineSegment(m_a, m_b, p, nullptr);
+    }
+
+    double length() const { return getDistance(m_a, m_b); }
+
+private:
+    QPointF m_a, m_b;
+};
+
+} // namespace detail
+} // namespace Util
+
+#endif
