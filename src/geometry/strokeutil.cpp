@@ -19,7 +19,7 @@ struct SmoothScratch
     QVector<double> lengths;
     QVector<SegmentIndex> segments;
     std::vector<SegmentIndex> pieces;
-    std::vector<double> weighed;
+    std::vector<double> distances;
 };
 
 // Whether a piece's indexes fit a stroke of n points with the given step lengths.
@@ -63,7 +63,7 @@ public:
     {
         if (m_own)
             return;
-        if (t_scratch.weighed.capacity() > kKeptPoints)
+        if (t_scratch.distances.capacity() > kKeptPoints)
             t_scratch = SmoothScratch();
         t_lent = false;
     }
@@ -95,27 +95,26 @@ double sumOfSteps(const QVector<QPointF> &points)
 
 // Where a pass splits the piece: the point farthest from the piece's chord (ties go to
 // the later point), if it lies farther than ratio times the chord's length; -1 if not.
-// `next` is the following piece as this pass left it, if it fits the stroke. `weighed`
+// `next` is the following piece as this pass left it, if it fits the stroke. `distances`
 // is working space of at least piece.end - piece.start doubles.
 template <class ChordDistance>
 int splitPoint(const QPointF *p, const double *len, const SegmentIndex &piece,
-    const SegmentIndex *next, double totalLength, double ratio, double *weighed)
+    const SegmentIndex *next, double totalLength, double ratio, double *distances)
 {
     const QPointF a = p[piece.start];
     const QPointF b = p[piece.end];
     const ChordDistance chord(a, b);
 
-    // First every point's distance, weighted: a deviation that bends the same way as the
-    // stroke turns into the following piece counts fully, one against it counts half.
-    // Kept apart from the search below, these divisions and roots do not wait on it.
-    const int turn = next ? Util::detail::leftOrRight(b - a, p[next->end] - p[next->start]) : 0;
+    // First every point's distance from the chord: kept apart from the search below,
+    // these divisions and roots do not wait on it.
     const int first = piece.start + 1;
-    for (int k = first; k < piece.end; ++k) {
-        const double d = chord(p[k]);
-        const bool against = next && !(Util::detail::leftOrRight(p[k] - a, b - p[k]) * turn > 0);
-        weighed[k - first] = against ? d * 0.5 : d;
-    }
+    for (int k = first; k < piece.end; ++k)
+        distances[k - first] = chord(p[k]);
 
+    // Bend weighting: a deviation that bends the same way as the stroke turns into the
+    // following piece counts fully, one against it counts half. Halving only lowers a
+    // distance, so the bend is looked at only for a point that could be the farthest.
+    const int turn = next ? Util::detail::leftOrRight(b - a, p[next->end] - p[next->start]) : 0;
     // The end margin along the stroke is zero by design; it stays a computed value so
     // that the candidate test below keeps its shape.
     const double margin = totalLength * 0.0;
@@ -124,11 +123,15 @@ int splitPoint(const QPointF *p, const double *len, const SegmentIndex &piece,
     int best = -1;
     for (int k = first; k < piece.end; ++k) {
         cum += len[k - 1];
-        const double d = weighed[k - first];
-        // Evaluated whole (& rather than &&) so that the choice compiles without jumps.
-        const bool farther = (d >= maxDist) & (cum > margin) & (totalLength - cum > margin);
-        maxDist = farther ? d : maxDist;
-        best = farther ? k : best;
+        double d = distances[k - first];
+        if (!(d >= maxDist))
+            continue;
+        if (next && !(Util::detail::leftOrRight(p[k] - a, b - p[k]) * turn > 0))
+            d *= 0.5;
+        if (d >= maxDist && cum > margin && totalLength - cum > margin) {
+            maxDist = d;
+            best = k;
+        }
     }
     return best >= 0 && maxDist > chord.length() * ratio ? best : -1;
 }
@@ -153,10 +156,10 @@ void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &len
     const int count = segments.size();
     if (scratch.pieces.size() < std::size_t(count) * 2)
         scratch.pieces.resize(std::size_t(count) * 2);
-    if (scratch.weighed.size() < std::size_t(n))
-        scratch.weighed.resize(std::size_t(n));
+    if (scratch.distances.size() < std::size_t(n))
+        scratch.distances.resize(std::size_t(n));
     SegmentIndex *out = scratch.pieces.data();
-    double *weighed = scratch.weighed.data();
+    double *distances = scratch.distances.data();
     int w = count * 2;
     bool split = false;
     for (int i = count - 1; i >= 0; --i) {
@@ -169,9 +172,9 @@ void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &len
             = w < count * 2 && pieceFits(out[w], n, lengthCount) ? &out[w] : nullptr;
         const int best = tracing
             ? splitPoint<Util::detail::TracedSegmentDistance>(
-                p, len, piece, next, totalLength, ratio, weighed)
+                p, len, piece, next, totalLength, ratio, distances)
             : splitPoint<Util::detail::SegmentDistance>(
-                p, len, piece, next, totalLength, ratio, weighed);
+                p, len, piece, next, totalLength, ratio, distances);
         if (best >= 0) {
             out[--w] = SegmentIndex { best, piece.end, true };
             out[--w] = SegmentIndex { piece.start, best, true };
