@@ -351,10 +351,17 @@ void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, dou
     if (n > 2 && Util::detail::distance(p[0], p[n - 1]) < minTravel) {
         farIndex = 1;
         double farthest = Util::detail::distance(p[0], p[1]);
+        double farthestSquared = Util::detail::dot(p[1] - p[0], p[1] - p[0]);
         for (int i = 2; i <= n - 2; ++i) {
+            // A root never exceeds the root of a larger square, so only a point whose
+            // square beats the farthest one's can be farther; the root decides.
+            const double squared = Util::detail::dot(p[i] - p[0], p[i] - p[0]);
+            if (!(squared > farthestSquared))
+                continue;
             const double d = Util::detail::distance(p[0], p[i]);
             if (d > farthest) {
                 farthest = d;
+                farthestSquared = squared;
                 farIndex = i;
             }
         }
@@ -362,19 +369,20 @@ void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, dou
 
     out.resize(n);
     QPointF *kept = out.data();
+    if (n > 0)
+        *kept++ = p[0];
     double travel = 0.0;
-    for (int i = 0; i < n; ++i) {
-        if (i == 0 || i == n - 1 || i == farIndex) {
-            *kept++ = p[i];
-            travel = 0.0;
-            continue;
-        }
-        travel += Util::detail::distance(p[i - 1], p[i]);
-        if (travel > minTravel) {
-            *kept++ = p[i];
-            travel = 0.0;
-        }
+    // Written without jumps (every point is copied, the write position advances only for
+    // a kept one): whether a point is kept is not predictable.
+    for (int i = 1; i < n - 1; ++i) {
+        const double moved = travel + Util::detail::distance(p[i - 1], p[i]);
+        const bool keep = (i == farIndex) | (moved > minTravel);
+        *kept = p[i];
+        kept += keep;
+        travel = keep ? 0.0 : moved;
     }
+    if (n > 1)
+        *kept++ = p[n - 1];
     out.resize(int(kept - out.constData()));
     TRACE_EXIT();
 }
