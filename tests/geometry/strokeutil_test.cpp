@@ -143,6 +143,12 @@ TEST(Thinning, KeepsTravelledPointsEndsAndTheFarPoint)
     // Two points equally far from the start: the first one is the far point.
     copyMovingPoints({ QPointF(0, 0), QPointF(1, 0), QPointF(0, 1), QPointF(0, 0.5) }, out, 3.0);
     EXPECT_EQ(out, (Points { QPointF(0, 0), QPointF(1, 0), QPointF(0, 0.5) }));
+
+    // One point is both ends; no point gives nothing.
+    copyMovingPoints({ QPointF(5, 5) }, out, 3.0);
+    EXPECT_EQ(out, (Points { QPointF(5, 5) }));
+    copyMovingPoints({}, out, 3.0);
+    EXPECT_TRUE(out.isEmpty());
 }
 
 TEST(NoiseFilters, ZigzagFilterLeavesFiniteStrokesAloneAndLoopsCollapse)
