@@ -7,6 +7,7 @@
 #   ./dev.sh bench     Release build with benchmarks (build-release/), run them all
 #   ./dev.sh package   Release build, Debian packages into out/
 #   ./dev.sh fuzz [target] [seconds]   clang fuzz build (build-fuzz/), run one or all targets
+#   ./dev.sh mutants [subsystem] [count] [seed]   mutation check of the tests (build-mutants/)
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
@@ -134,6 +135,22 @@ fuzz() {
   if [ $failed -ne 0 ]; then log "findings: see $fuzz_dir/artifacts/ and $fuzz_dir/*.log"; exit 1; fi
 }
 
+# ./dev.sh mutants [subsystem] [count] [seed]: makes count small faults (default 40) in
+# the subsystem's sources (default: every subsystem), one at a time, from a fixed seed
+# (default 1), and reports which ones its test suite catches. Its own Debug build
+# (build-mutants/) keeps each rebuild incremental. See tools/mutants/mutants.py.
+mutants() {
+  local only=${1:-} count=${2:-40} seed=${3:-1}
+  setup
+  configure "$root/build-mutants" -DCMAKE_BUILD_TYPE=Debug -DLIBUTILITY_BUILD_TOOLS=OFF \
+    ${LIBUTILITY_CMAKE_ARGS:-}
+  cmake --build "$root/build-mutants" -j "$jobs"
+  local args=(--root "$root" --build-dir "$root/build-mutants" --count "$count" --seed "$seed")
+  [ -n "$only" ] && args+=(--subsystem "$only")
+  start_display
+  python3 "$root/tools/mutants/mutants.py" "${args[@]}"
+}
+
 demo() {
   build
   local tool="$build_dir/tools/inkrecog/inkrecog"
@@ -178,5 +195,6 @@ case "$cmd" in
   bench) bench "$@" ;;
   package) package ;;
   fuzz) fuzz "$@" ;;
-  *) sed -n '2,9s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  mutants) mutants "$@" ;;
+  *) sed -n '2,10s/^# \{0,1\}//p' "$0"; exit 2 ;;
 esac
