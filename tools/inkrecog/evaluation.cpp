@@ -19,6 +19,12 @@ Expectation expectationFor(const QString &label)
         { "star", { Expect::Polygon, 5 } },
         { "five_point_star", { Expect::Polygon, 5 } },
         { "circle", { Expect::ClosedCurve, 0 } },
+        // The generated closed figures (makesamples --hand-figures).
+        { "oval", { Expect::ClosedCurve, 0 } },
+        { "square", { Expect::Polygon, 4 } },
+        { "diamond", { Expect::Polygon, 4 } },
+        { "pentagon", { Expect::Polygon, 5 } },
+        { "hexagon", { Expect::Polygon, 6 } },
         { "caret", { Expect::BentLine, 0 } },
         { "v", { Expect::BentLine, 0 } },
         { "check", { Expect::Check, 0 } },

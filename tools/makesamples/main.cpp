@@ -1,6 +1,7 @@
 // makesamples: writes the bundled sample set, ink that looks drawn by hand.
 //
 //   makesamples [--seed-offset N] OUTDIR
+//   makesamples --hand-figures COUNT [--seed-base N] FILE.jsonl
 //
 // --seed-offset draws every sample with other noise (the committed set uses 0): a quick
 // way to see how much of the set's classification rests on the particular seeds.
@@ -17,11 +18,22 @@
 // library (corner limit 6, normalisation on), and a line per file is printed, so that a
 // change of the noise can be checked at once. The set is meant to be generated once and
 // committed; the tests hold the answer expected for each file name.
+//
+// --hand-figures writes COUNT hand-like closed figures of each label of
+// tools/common/handfigures.h as JSON lines (label, seed, device, ideal ellipse of a curve,
+// one stroke), for `inkrecog --summary`. The figure of label number L and index k has the
+// seed base * 1000000 + L * 100000 + k. That data is made when needed, not committed.
+#include "handfigures.h"
+
 #include <libutility/ink/scribble.h>
 #include <libutility/ink/stroke.h>
 #include <libutility/recognition/figurerecogniser.h>
 
 #include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QPointF>
 #include <QVector>
 
@@ -324,10 +336,48 @@ QVector<QVector<QPointF>> toPoints(const CScribble &scribble)
     return out;
 }
 
+int writeHandFigures(int count, quint32 base, const QString &fileName)
+{
+    QFile file(fileName);
+    if (count < 1 || count >= 100000 || !file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        std::fprintf(stderr, "makesamples: cannot write %s\n", qPrintable(fileName));
+        return 1;
+    }
+    const QStringList &labels = HandFigures::labels();
+    for (int l = 0; l < labels.size(); ++l) {
+        for (int k = 0; k < count; ++k) {
+            const quint32 seed = base * 1000000u + quint32(l) * 100000u + quint32(k);
+            const HandFigures::Figure f = HandFigures::draw(labels[l], seed);
+            QJsonArray stroke;
+            for (const QPointF &p : f.points)
+                stroke.append(QJsonArray { p.x(), p.y() });
+            QJsonObject o { { "label", f.label }, { "seed", qint64(seed) },
+                { "device", f.tablet ? "tablet" : "mouse" },
+                { "strokes", QJsonArray { stroke } } };
+            if (f.corners == 0)
+                o["ellipse"] = QJsonObject { { "cx", f.centre.x() }, { "cy", f.centre.y() },
+                    { "rx", f.rx }, { "ry", f.ry }, { "angle", f.angle } };
+            file.write(QJsonDocument(o).toJson(QJsonDocument::Compact) + '\n');
+        }
+    }
+    return file.flush() ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
+    if (argc >= 4 && std::string(argv[1]) == "--hand-figures") {
+        bool countOk = false, baseOk = true;
+        const int count = QString::fromLocal8Bit(argv[2]).toInt(&countOk);
+        quint32 base = 0;
+        if (argc == 6 && std::string(argv[3]) == "--seed-base")
+            base = QString::fromLocal8Bit(argv[4]).toUInt(&baseOk);
+        if (countOk && baseOk && (argc == 4 || argc == 6))
+            return writeHandFigures(count, base, QString::fromLocal8Bit(argv[argc - 1]));
+        std::fprintf(stderr, "usage: makesamples --hand-figures COUNT [--seed-base N] FILE\n");
+        return 2;
+    }
     quint32 seedOffset = 0;
     int arg = 1;
     bool ok = true;
@@ -336,7 +386,9 @@ int main(int argc, char **argv)
         arg = 3;
     }
     if (!ok || argc != arg + 1) {
-        std::fprintf(stderr, "usage: makesamples [--seed-offset N] OUTDIR\n");
+        std::fprintf(stderr,
+            "usage: makesamples [--seed-offset N] OUTDIR\n"
+            "       makesamples --hand-figures COUNT [--seed-base N] FILE\n");
         return 2;
     }
     const QString dir = QString::fromLocal8Bit(argv[arg]);
