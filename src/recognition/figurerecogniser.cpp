@@ -7,6 +7,8 @@
 
 #include <libutility/recognition/openstroke.h>
 
+#include "closedcurve_p.h"
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
@@ -367,7 +369,7 @@ bool hasSelfIntersection(const QVector<QPointF> &polygon)
 void removeShortSegment(QVector<QPointF> &points)
 {
     TRACE_FUNCTION("figurerecogniser", "removeShortSegment");
-    if (points.size() < 5 || !isClosedList(points)) {
+    if (points.size() < 5 || !isClosedList(points) || detail::keepClosedCurve(points)) {
         TRACE_EXIT();
         return;
     }

@@ -20,6 +20,7 @@
 #define LIBUTILITY_RECOGNITION_FIGURERECOGNISER_H
 
 #include <libutility/utility_export.h>
+#include <libutility/recognition/ellipsefit.h>
 
 #include <QPointF>
 #include <QRectF>
@@ -129,10 +130,30 @@ UTILITY_EXPORT bool checkVectorDirection(const QVector<QPointF> &polygon);
 UTILITY_EXPORT bool hasSelfIntersection(const QVector<QPointF> &polygon);
 
 /**
- * Corner reduction, first step. On a closed list (first point repeated at the end) of
- * perimeter P, the rules below are applied one erasure at a time, in this order, until
- * none applies or only a triangle is left ("turn" is the change of direction at a
- * corner, 0 for a straight continuation):
+ * Corner reduction, first step. It first tells a curve from a polygon with rounded
+ * corners: a polygon concentrates its turning at a few corners with long straight runs
+ * between them, a curve spreads it along the stroke. ("Turn" is the change of direction
+ * at a corner, 0 for a straight continuation; P is the perimeter.)
+ *
+ * Curve test, before anything is erased, on a closed list of at least 8 points:
+ *  - pen noise goes first, worst first, at most a third of the corners: a corner that
+ *    turns against the figure's sense or by less than 1 degree (a wobble), or by more
+ *    than 110 degrees (a hook or a spike where the pen closed the figure; the smoothing
+ *    before this step leaves a curve no sharper turn than about 90 degrees; more than
+ *    two such turns are the points of a star, not a curve);
+ *  - what is left must have at least 7 corners, all turning one way, adding up to a full
+ *    turn (360 +- 20 degrees);
+ *  - and no few corners may carry the turning: it is a polygon when the four largest
+ *    turns make 80% of it or more, or when, with corners joined by edges shorter than
+ *    0.04 P grouped (a rounded corner cut into pieces), some k of 3 to 6 groups each turn
+ *    at least half as much as the largest group while the next group turns at most half
+ *    as much as the k-th.
+ * A curve keeps its cleaned points and nothing more is erased: with 7 corners or more it
+ * is a closed curve under the usual corner limit of 6, and removeExtraPoint leaves lists
+ * of 8 points or more alone. Everything else is cut down to its corners.
+ *
+ * Corner rules, for what is not a curve, applied one erasure at a time, in this order,
+ * until none applies or only a triangle is left:
  *  1. short edge: the shortest edge that is under 0.03 P, or under 0.1 P with turns
  *     adding up to 100 degrees or more at its two ends (a rounded corner cut in two,
  *     or a hook where the pen closed the figure), is collapsed by erasing the end point
@@ -144,7 +165,7 @@ UTILITY_EXPORT bool hasSelfIntersection(const QVector<QPointF> &polygon);
  *     of a triangle or a quadrangle);
  *  3. low corner: the corner closest to the chord of its neighbours is erased when it
  *     lies less than 0.01 P off it.
- * A circle keeps its many even turns and so stays a curve. When the start point goes,
+ * When the start point goes,
  * the list is rotated and its new first point appended again, so the list stays closed.
  * Lists of fewer than five points and open lists are left unchanged. Each pass erases
  * one point, so the work is bounded by the number of points.

@@ -58,6 +58,41 @@ QVector<QPointF> regular(int n, double radius, double startDegrees = -90.0, int 
     return corners;
 }
 
+// An ellipse of semi-axes rx, ry about (cx, cy), its rx axis turned by `degrees`, as n
+// points from parameter `start` once round (first point not repeated), with Gaussian
+// noise of `sigma` units from a fixed seed.
+Stroke ellipse(QPointF centre, double rx, double ry, double degrees, int n, double sigma = 0.0,
+    unsigned seed = 3, double start = 0.3)
+{
+    std::mt19937 rng(seed);
+    std::normal_distribution<double> noise(0.0, sigma > 0 ? sigma : 1.0);
+    const double a = degrees * kPi / 180.0;
+    Stroke stroke;
+    for (int i = 0; i < n; ++i) {
+        const double t = start + 2 * kPi * i / n;
+        const double x = rx * std::cos(t), y = ry * std::sin(t);
+        stroke << centre + QPointF(std::cos(a) * x - std::sin(a) * y, std::sin(a) * x + std::cos(a) * y)
+            + (sigma > 0 ? QPointF(noise(rng), noise(rng)) : QPointF());
+    }
+    return stroke;
+}
+
+// A polygon whose corners are cut by arcs (`cut` of the shorter side before each corner).
+QVector<QPointF> rounded(const QVector<QPointF> &corners, double cut)
+{
+    QVector<QPointF> out;
+    for (int i = 0; i < corners.size(); ++i) {
+        const QPointF prev = corners[(i + corners.size() - 1) % corners.size()];
+        const QPointF c = corners[i], next = corners[(i + 1) % corners.size()];
+        const QPointF a = c + (prev - c) * cut, b = c + (next - c) * cut;
+        for (int k = 0; k <= 6; ++k) {
+            const double t = k / 6.0;
+            out << a * ((1 - t) * (1 - t)) + c * (2 * t * (1 - t)) + b * (t * t);
+        }
+    }
+    return out;
+}
+
 bool isAxisParallel(const QPointF &a, const QPointF &b)
 {
     return std::fabs(a.x() - b.x()) < 1e-6 || std::fabs(a.y() - b.y()) < 1e-6;
@@ -201,6 +236,13 @@ TEST(ClassifyScribble, SyntheticFiguresInOneStroke)
         { "heptagon above the limit", drawClosed(regular(7, 150)), 6, 101, 0 },
         { "heptagon within the limit", drawClosed(regular(7, 150)), 8, 102, 7 },
         { "circle", regular(120, 100, 0) << QPointF(300, 200), 6, 101, 0 },
+        // Ovals stay curves however tight their ends; rounded corners stay corners.
+        { "oval 3:1, tilted", drawClosed(ellipse({ 200, 200 }, 150, 50, 30, 150)), 6, 101, 0 },
+        { "oval 2:1", drawClosed(ellipse({ 200, 200 }, 120, 60, 0, 120)), 6, 101, 0 },
+        { "rounded square", drawClosed(rounded(square, 0.15)), 6, 102, 4 },
+        { "rounded rectangle 3:1",
+            drawClosed(rounded({ { 50, 150 }, { 350, 150 }, { 350, 250 }, { 50, 250 } }, 0.15)), 6,
+            102, 4 },
         { "arrowhead (concave)",
             drawClosed({ { 100, 100 }, { 300, 200 }, { 100, 300 }, { 170, 200 } }), 6, 0, 0 },
         { "closed L (concave)",
@@ -412,4 +454,75 @@ TEST(ShapeNormalisers, SnapRoughShapesAndLeaveShapesNearNoFormAsDrawn)
         c.normalise(points);
         EXPECT_EQ(points, c.points) << c.what;
     }
+}
+
+TEST(EllipseFit, NoisyEllipsesWithinThreePercent)
+{
+    // Noise of 1% of the mean radius; the rotation is judged only where the ellipse is not
+    // nearly round. Axes within 10% of each other come back as a circle.
+    const struct
+    {
+        double aspect, degrees;
+        int points;
+    } cases[] = { { 1.0, 0, 60 }, { 1.05, 40, 300 }, { 1.2, -70, 80 }, { 1.3, 25, 40 },
+        { 1.3, -89, 250 }, { 2.0, 60, 100 }, { 2.0, -15, 400 }, { 3.0, 0, 50 }, { 3.0, 89, 300 },
+        { 3.0, -45, 120 } };
+    int seed = 0;
+    for (const auto &c : cases) {
+        for (double rx : { 30.0, 180.0 }) {
+            SCOPED_TRACE(testing::Message() << "aspect " << c.aspect << ", " << c.degrees
+                                            << " degrees, " << c.points << " points, rx " << rx);
+            const double ry = rx / c.aspect;
+            const QPointF centre(300 + rx, 40 - rx);
+            ++seed;
+            const CEllipseFit fit = fitEllipse(
+                ellipse(centre, rx, ry, c.degrees, c.points, 0.01 * (rx + ry) / 2, seed, seed));
+            ASSERT_TRUE(fit.ok);
+            EXPECT_EQ(fit.circle, c.aspect < 1.1);
+            EXPECT_NEAR(fit.cx, centre.x(), 0.03 * ry);
+            EXPECT_NEAR(fit.cy, centre.y(), 0.03 * ry);
+            EXPECT_NEAR(fit.rx, fit.circle ? (rx + ry) / 2 : rx, 0.03 * rx);
+            EXPECT_NEAR(fit.ry, fit.circle ? (rx + ry) / 2 : ry, 0.03 * ry);
+            if (c.aspect >= 1.3) {
+                const double off = std::fmod(std::fabs(fit.angle - c.degrees), 180.0);
+                EXPECT_LE(std::min(off, 180.0 - off), 3.0) << fit.angle;
+            }
+            EXPECT_GT(fit.residual, 0.003);
+            EXPECT_LT(fit.residual, fit.circle ? 0.04 : 0.02) << "snapping adds the axes' spread";
+        }
+    }
+    // The outline for drawing lies on the ellipse and is closed.
+    const CEllipseFit fit = fitEllipse(ellipse({ 10, 20 }, 50, 20, 30, 40));
+    const QVector<QPointF> outline = ellipseOutline(fit, 8);
+    ASSERT_EQ(outline.size(), 9);
+    EXPECT_EQ(outline.first(), outline.last());
+    EXPECT_LT(fitEllipse(outline).residual, 1e-9);
+    EXPECT_TRUE(ellipseOutline(CEllipseFit()).isEmpty());
+}
+
+TEST(EllipseFit, PointsNoEllipseFitsFailWithoutNaN)
+{
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    Stroke five = ellipse({ 0, 0 }, 50, 30, 10, 5);
+    const struct
+    {
+        const char *what;
+        Stroke points;
+    } cases[] = {
+        { "no points", {} },
+        { "four points of an ellipse", ellipse({ 0, 0 }, 50, 30, 10, 4) },
+        { "collinear", { { 0, 0 }, { 1, 2 }, { 2, 4 }, { 3, 6 }, { 4, 8 }, { 5, 10 } } },
+        { "one spot", Stroke(6, QPointF(7, 7)) },
+        { "NaN", Stroke(five) << QPointF(nan, 1) },
+        { "infinity", Stroke(five) << QPointF(1, -inf) },
+        { "on a parabola", { { 0, 0 }, { 10, 1 }, { 20, 4 }, { 30, 9 }, { 40, 16 }, { 50, 25 } } },
+    };
+    for (const auto &c : cases) {
+        const CEllipseFit fit = fitEllipse(c.points);
+        EXPECT_FALSE(fit.ok) << c.what;
+        for (double v : { fit.cx, fit.cy, fit.rx, fit.ry, fit.angle, fit.residual })
+            EXPECT_EQ(v, 0.0) << c.what;
+    }
+    EXPECT_TRUE(fitEllipse(five).ok) << "five points are enough";
 }
