@@ -239,10 +239,18 @@ TEST_F(InkrecogTest, JsonOutputCarriesCategoryRectAndEachCornerOnce)
 {
     writeFile(path("square.ink"), inkBytes({ polygon(4) }));
     writeFile(path("line.ink"), inkBytes({ { QPoint(10, 50), QPoint(100, 52), QPoint(200, 51) } }));
-    const ToolRun run = inkrecog({ "--json", path("square.ink"), path("line.ink") });
+    QVector<QPoint> oval; // 200 x 100 about (150, 120), turned by -30 degrees
+    for (int i = 0; i <= 72; ++i) {
+        const double t = 2 * 3.14159265358979323846 * i / 72, a = -30 * 3.14159265358979323846 / 180;
+        const double x = 100 * std::cos(t), y = 50 * std::sin(t);
+        oval << QPoint(qRound(150 + std::cos(a) * x - std::sin(a) * y),
+            qRound(120 + std::sin(a) * x + std::cos(a) * y));
+    }
+    writeFile(path("oval.ink"), inkBytes({ oval }));
+    const ToolRun run = inkrecog({ "--json", path("square.ink"), path("line.ink"), path("oval.ink") });
     ASSERT_EQ(run.status, 0) << run.err.toStdString();
     const QList<QJsonObject> objects = run.json();
-    ASSERT_EQ(objects.size(), 2) << run.out.toStdString();
+    ASSERT_EQ(objects.size(), 3) << run.out.toStdString();
 
     const QJsonObject square = objects[0];
     EXPECT_EQ(square["source"].toString(), path("square.ink"));
@@ -263,6 +271,18 @@ TEST_F(InkrecogTest, JsonOutputCarriesCategoryRectAndEachCornerOnce)
 
     EXPECT_EQ(objects[1]["category"].toInt(), 205);
     EXPECT_FALSE(objects[1].contains("corners"));
+    EXPECT_FALSE(square.contains("ellipse") || objects[1].contains("ellipse"));
+
+    // A closed curve comes with the ellipse fitted to its ink.
+    EXPECT_EQ(objects[2]["category"].toInt(), 101);
+    const QJsonObject ellipse = objects[2]["ellipse"].toObject();
+    const struct
+    {
+        const char *key;
+        double value;
+    } fit[] = { { "cx", 150 }, { "cy", 120 }, { "rx", 100 }, { "ry", 50 }, { "angle", -30 } };
+    for (const auto &f : fit)
+        EXPECT_NEAR(ellipse[f.key].toDouble(), f.value, 1.5) << f.key;
 
     // An independent reader takes the lines as they are.
     QProcess python;
@@ -277,7 +297,7 @@ TEST_F(InkrecogTest, JsonOutputCarriesCategoryRectAndEachCornerOnce)
     python.write(run.out);
     python.closeWriteChannel();
     ASSERT_TRUE(python.waitForFinished());
-    EXPECT_EQ(python.readAllStandardOutput().trimmed(), "102/4 205/0");
+    EXPECT_EQ(python.readAllStandardOutput().trimmed(), "102/4 205/0 101/0");
 }
 
 TEST_F(InkrecogTest, CornerLimitAndNormalisationOptionsReachTheRecogniser)

@@ -23,6 +23,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <fstream>
 #include <random>
 
@@ -144,28 +145,62 @@ protected:
 
 } // namespace
 
-TEST_F(ScribblePad, RoughSquareBecomesAFourCornerPolygonAndUndoBringsTheInkBack)
+TEST_F(ScribblePad, RoughFiguresBecomeCleanFiguresAndUndoBringsTheInkBack)
 {
-    Pad pad({});
-    ASSERT_FALSE(pad.waitFor("ready").isEmpty());
-    pad.draw(byHand({ { 200, 150 }, { 452, 146 }, { 455, 400 }, { 197, 404 }, { 203, 160 } }, 7));
+    // An oval of 240 x 120 pixels about (320, 270), turned by 20 degrees.
+    QVector<QPointF> oval;
+    for (int i = 0; i <= 40; ++i) {
+        const double t = 2 * 3.14159265358979323846 * (i + 0.3) / 40, a = 20 * 3.14159265358979323846 / 180;
+        const QPointF p(120 * std::cos(t), 60 * std::sin(t));
+        oval << QPointF(320 + std::cos(a) * p.x() - std::sin(a) * p.y(),
+            270 + std::sin(a) * p.x() + std::cos(a) * p.y());
+    }
+    const struct
+    {
+        const char *name;
+        QVector<QPointF> stroke;
+        QString status; // how the status line starts
+        int corners; // polygons
+    } cases[] = {
+        { "square", byHand({ { 200, 150 }, { 452, 146 }, { 455, 400 }, { 197, 404 }, { 203, 160 } }, 7),
+            "Polygon (102), 4 corners", 4 },
+        { "oval", byHand(oval, 5), "Closed curve (101), ellipse ", 0 },
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.name);
+        Pad pad({});
+        ASSERT_FALSE(pad.waitFor("ready").isEmpty());
+        pad.draw(c.stroke);
 
-    const QJsonObject done = pad.waitFor("classified");
-    ASSERT_FALSE(done.isEmpty()) << "no classification after the pause";
-    EXPECT_EQ(done["status"].toString(), "Polygon (102), 4 corners");
-    const QJsonArray scribbles = done["scribbles"].toArray();
-    ASSERT_EQ(scribbles.size(), 1);
-    EXPECT_EQ(scribbles[0].toObject()["state"].toString(), "figure");
-    EXPECT_EQ(scribbles[0].toObject()["corners"].toInt(), 4);
-    screenshot("scribblepad-square");
+        const QJsonObject done = pad.waitFor("classified");
+        ASSERT_FALSE(done.isEmpty()) << "no classification after the pause";
+        EXPECT_TRUE(done["status"].toString().startsWith(c.status))
+            << done["status"].toString().toStdString();
+        const QJsonArray scribbles = done["scribbles"].toArray();
+        ASSERT_EQ(scribbles.size(), 1);
+        const QJsonObject figure = scribbles[0].toObject();
+        EXPECT_EQ(figure["state"].toString(), "figure");
+        if (c.corners > 0) {
+            EXPECT_EQ(figure["corners"].toInt(), c.corners);
+        } else {
+            // The ink gives way to the fitted ellipse, in canvas coordinates.
+            const QJsonObject e = figure["ellipse"].toObject();
+            EXPECT_NEAR(e["cx"].toDouble(), 320, 3);
+            EXPECT_NEAR(e["cy"].toDouble(), 270, 3);
+            EXPECT_NEAR(e["rx"].toDouble(), 120, 4);
+            EXPECT_NEAR(e["ry"].toDouble(), 60, 4);
+            EXPECT_NEAR(e["angle"].toDouble(), 20, 3);
+        }
+        screenshot(QStringLiteral("scribblepad-%1").arg(c.name));
 
-    pad.key("ctrl+z");
-    const QJsonObject undone = pad.waitFor("undo");
-    ASSERT_FALSE(undone.isEmpty());
-    const QJsonObject ink = undone["scribbles"].toArray()[0].toObject();
-    EXPECT_EQ(ink["state"].toString(), "ink") << "undo restores the original ink";
-    EXPECT_EQ(ink["strokes"].toInt(), 1);
-    screenshot("scribblepad-square-undone");
+        pad.key("ctrl+z");
+        const QJsonObject undone = pad.waitFor("undo");
+        ASSERT_FALSE(undone.isEmpty());
+        const QJsonObject ink = undone["scribbles"].toArray()[0].toObject();
+        EXPECT_EQ(ink["state"].toString(), "ink") << "undo restores the original ink";
+        EXPECT_EQ(ink["strokes"].toInt(), 1);
+        screenshot(QStringLiteral("scribblepad-%1-undone").arg(c.name));
+    }
 }
 
 TEST_F(ScribblePad, HandwritingStaysInkAndNewStrokesStartANewScribble)

@@ -23,8 +23,9 @@ QRectF boundsOf(const Sample &sample)
     return bounds;
 }
 
-// What the recogniser saw of a figure other than a polygon or a straight line, drawn
-// from the prepared strokes: the outline of a closed curve, the chord of each stroke of a
+// What the recogniser saw of a figure other than a polygon or a straight line: the
+// ellipse fitted to a closed curve (or, when none fits, its prepared outline); drawn
+// from the prepared strokes, the chord of each stroke of a
 // two-stroke figure, and for a one-stroke bend or bracket the points the open-line test
 // judges (the prepared stroke smoothed once more, factor 0.1). Empty when the prepared
 // strokes were not kept; the cell then shows the rectangle.
@@ -32,6 +33,8 @@ QVector<QPolygonF> openFigure(const Outcome &outcome)
 {
     using namespace CFigureRecogniser;
     const QVector<QVector<QPointF>> &prepared = outcome.prepared;
+    if (outcome.category == cCLOSED_CURVE && outcome.ellipse.ok)
+        return { QPolygonF(ellipseOutline(outcome.ellipse, 96)) };
     if (outcome.category == cCLOSED_CURVE && prepared.size() == 1) {
         QPolygonF outline(prepared[0]);
         if (!outline.isEmpty())

@@ -8,6 +8,7 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <cmath>
 
 using namespace CFigureRecogniser;
 
@@ -77,6 +78,12 @@ Outcome recognise(const Sample &sample, const Settings &settings)
             settings.normalize, settings.keepPrepared ? &outcome.prepared : nullptr);
     if (outcome.category == cPOLYGON)
         outcome.corners = outcome.result.size();
+    if (outcome.category == cCLOSED_CURVE) {
+        QVector<QPointF> points;
+        for (const QVector<QPointF> &stroke : sample.strokes)
+            points += stroke;
+        outcome.ellipse = fitEllipse(points);
+    }
     return outcome;
 }
 
@@ -148,6 +155,17 @@ QString answerKey(const Outcome &o)
     if (o.category == cPOLYGON)
         return QStringLiteral("102/%1").arg(o.corners);
     return QString::number(o.category);
+}
+
+QString ellipseText(const Outcome &o)
+{
+    if (o.category != cCLOSED_CURVE || !o.ellipse.ok)
+        return QStringLiteral("-");
+    const auto n = [](double v) { return QString::number(std::round(v * 10.0) / 10.0, 'g', 12); };
+    const CEllipseFit &e = o.ellipse;
+    if (e.circle)
+        return QStringLiteral("circle %1,%2 r %3").arg(n(e.cx), n(e.cy), n(e.rx));
+    return QStringLiteral("ellipse %1,%2 %3x%4 %5deg").arg(n(e.cx), n(e.cy), n(e.rx), n(e.ry), n(e.angle));
 }
 
 QString categoryName(int category)

@@ -5,6 +5,8 @@
 
 #include "scribbleset.h"
 
+#include <libutility/recognition/ellipsefit.h>
+
 #include <QRectF>
 #include <QTextStream>
 
@@ -23,6 +25,8 @@ struct Outcome
     QRectF rect;
     QVector<QPointF> result;
     QVector<QVector<QPointF>> prepared; // when Settings::keepPrepared
+    // For closed curves: the ellipse fitted to all the scribble's points.
+    CFigureRecogniser::CEllipseFit ellipse;
 };
 
 // What a label should give. NotScored labels are reported but never counted.
@@ -54,6 +58,9 @@ bool matches(const Sample &sample, const Expectation &expectation, const Outcome
 bool endsMeet(const Sample &sample);
 // "0", "101", "102/4" ...
 QString answerKey(const Outcome &outcome);
+// The fitted ellipse of a closed curve in short: "ellipse 200,180 120x60 25deg" or
+// "circle 200,180 r 90"; "-" when there is none.
+QString ellipseText(const Outcome &outcome);
 // A short name of a category ("handwriting", "polygon", ...); "unknown" for a value the
 // recogniser does not return.
 QString categoryName(int category);

@@ -68,6 +68,8 @@ QString rectText(const QRectF &rect)
 
 QString cornersText(const Outcome &outcome)
 {
+    if (outcome.category == CFigureRecogniser::cCLOSED_CURVE)
+        return ellipseText(outcome);
     if (outcome.category != CFigureRecogniser::cPOLYGON)
         return QStringLiteral("-");
     QStringList corners;
@@ -94,6 +96,11 @@ QByteArray jsonLine(const Sample &sample, const Outcome &outcome)
         for (const QPointF &p : outcome.result)
             corners.append(QJsonArray { p.x(), p.y() });
         object["corners"] = corners;
+    }
+    if (outcome.category == CFigureRecogniser::cCLOSED_CURVE && outcome.ellipse.ok) {
+        const CFigureRecogniser::CEllipseFit &e = outcome.ellipse;
+        object["ellipse"] = QJsonObject { { "cx", e.cx }, { "cy", e.cy }, { "rx", e.rx },
+            { "ry", e.ry }, { "angle", e.angle } };
     }
     return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
@@ -162,7 +169,8 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.setApplicationDescription(
         "Classifies scribbles with the figure recogniser and prints, per scribble, the\n"
-        "category code and name, the rectangle and, for polygons (102), the corners.");
+        "category code and name, the rectangle and, for polygons (102), the corners;\n"
+        "for closed curves (101), the ellipse fitted to the ink.");
     const QCommandLineOption help({ "h", "help" }, "Show this help and exit.");
     const QCommandLineOption version("version", "Show the version and exit.");
     const QCommandLineOption json("json", "Print one JSON object per scribble instead of a table.");
@@ -283,7 +291,7 @@ int main(int argc, char **argv)
     QVector<Sample> samples;
     QVector<Outcome> outcomes;
     QVector<QStringList> rows;
-    rows.append({ "SOURCE", "LABEL", "CODE", "NAME", "RECT", "CORNERS" });
+    rows.append({ "SOURCE", "LABEL", "CODE", "NAME", "RECT", "CORNERS/ELLIPSE" });
 
     qint64 bytesBefore = 0;
     InputCallbacks callbacks;

@@ -49,6 +49,12 @@ Recognition recognise(const Strokes &strokes, int cornerLimit, bool normalize)
 {
     Recognition r;
     r.category = classifyScribble(strokes, r.rect, r.corners, cornerLimit, normalize, &r.prepared);
+    if (r.category == cCLOSED_CURVE && normalize) {
+        QVector<QPointF> points;
+        for (const QVector<QPointF> &stroke : strokes)
+            points += stroke;
+        r.ellipse = fitEllipse(points);
+    }
     return r;
 }
 
@@ -85,6 +91,10 @@ QString statusText(const Recognition &recognition)
                        .arg(recognition.category);
     if (recognition.category == cPOLYGON)
         text += QStringLiteral(", %1 corners").arg(recognition.corners.size());
+    const CEllipseFit &e = recognition.ellipse;
+    if (recognition.category == cCLOSED_CURVE && e.ok)
+        text += e.circle ? QStringLiteral(", circle of radius %1").arg(qRound(e.rx))
+                         : QStringLiteral(", ellipse %1 x %2").arg(qRound(2 * e.rx)).arg(qRound(2 * e.ry));
     return text;
 }
 
@@ -98,6 +108,8 @@ QVector<QPolygonF> cleanFigure(const Recognition &r)
         polygon << r.corners.first();
         return { polygon };
     }
+    if (r.category == cCLOSED_CURVE && r.ellipse.ok)
+        return { QPolygonF(ellipseOutline(r.ellipse, 96)) };
     if (r.category == cCLOSED_CURVE && prepared.size() == 1 && prepared[0].size() > 2) {
         QPolygonF outline(prepared[0]);
         if (outline.first() != outline.last())

@@ -210,6 +210,10 @@ void PadWindow::report(const QString &event)
             item["lines"] = s.figure.size();
             if (s.recognition.category == 102)
                 item["corners"] = s.recognition.corners.size();
+            const CFigureRecogniser::CEllipseFit &e = s.recognition.ellipse;
+            if (s.recognition.category == 101 && e.ok)
+                item["ellipse"] = QJsonObject { { "cx", e.cx }, { "cy", e.cy }, { "rx", e.rx },
+                    { "ry", e.ry }, { "angle", e.angle } };
         }
         scribbles << item;
     }
