@@ -101,20 +101,22 @@ bool finite(std::initializer_list<double> values)
     return true;
 }
 
-// First-order geometric distance of p from the ellipse, over its mean radius, as an RMS.
+// First-order geometric distance of the points from the ellipse (the algebraic error over
+// its gradient), as a root-mean-square over the mean radius. Squared throughout: no root
+// per point.
 double relativeResidual(const QVector<QPointF> &points, const CEllipseFit &e)
 {
     const double a = e.angle * kPi / 180.0, c = std::cos(a), s = std::sin(a);
+    const double irx = 1.0 / e.rx, iry = 1.0 / e.ry;
     double sum = 0.0;
     for (const QPointF &p : points) {
         const double dx = p.x() - e.cx, dy = p.y() - e.cy;
-        const double u = (c * dx + s * dy) / e.rx, v = (-s * dx + c * dy) / e.ry;
+        const double u = (c * dx + s * dy) * irx, v = (-s * dx + c * dy) * iry;
         const double q = u * u + v * v - 1.0;
-        const double gu = 2.0 * u / e.rx, gv = 2.0 * v / e.ry;
-        const double g = std::sqrt(gu * gu + gv * gv);
+        const double gu = u * irx, gv = v * iry;
+        const double g2 = 4.0 * (gu * gu + gv * gv);
         // At the centre the gradient vanishes; the distance there is the minor axis.
-        const double d = g > 0.0 ? std::fabs(q) / g : e.ry;
-        sum += d * d;
+        sum += g2 > 0.0 ? q * q / g2 : e.ry * e.ry;
     }
     return std::sqrt(sum / points.size()) / ((e.rx + e.ry) * 0.5);
 }
@@ -137,30 +139,43 @@ CEllipseFit fitEllipse(const QVector<QPointF> &stroke)
     }
     mx /= n;
     my /= n;
-    double sxx = 0.0, syy = 0.0, sxy = 0.0;
+    // Moments of the centred points up to the fourth order, in one pass; those of the
+    // normalised points follow by dividing by powers of the scale.
+    double m40 = 0, m31 = 0, m22 = 0, m13 = 0, m04 = 0, m30 = 0, m21 = 0, m12 = 0, m03 = 0;
+    double m20 = 0, m11 = 0, m02 = 0, m10 = 0, m01 = 0;
     for (const QPointF &p : stroke) {
-        sxx += (p.x() - mx) * (p.x() - mx);
-        syy += (p.y() - my) * (p.y() - my);
-        sxy += (p.x() - mx) * (p.y() - my);
+        const double x = p.x() - mx, y = p.y() - my;
+        const double xx = x * x, xy = x * y, yy = y * y;
+        m40 += xx * xx;
+        m31 += xx * xy;
+        m22 += xx * yy;
+        m13 += xy * yy;
+        m04 += yy * yy;
+        m30 += xx * x;
+        m21 += xx * y;
+        m12 += x * yy;
+        m03 += yy * y;
+        m20 += xx;
+        m11 += xy;
+        m02 += yy;
+        m10 += x;
+        m01 += y;
     }
     // Collinear points (or one spot): the scatter has no second direction.
-    const double spread = sxx + syy;
-    if (!finite({ mx, my, spread }) || !(spread > 0.0) || sxx * syy - sxy * sxy <= 1e-12 * spread * spread)
+    const double spread = m20 + m02;
+    if (!finite({ mx, my, spread, m40, m04 }) || !(spread > 0.0)
+        || m20 * m02 - m11 * m11 <= 1e-12 * spread * spread)
         return failed;
     const double scale = std::sqrt(spread / n);
+    const double k1 = 1.0 / scale, k2 = k1 * k1, k3 = k2 * k1, k4 = k2 * k2;
+    m40 *= k4, m31 *= k4, m22 *= k4, m13 *= k4, m04 *= k4;
+    m30 *= k3, m21 *= k3, m12 *= k3, m03 *= k3;
+    m20 *= k2, m11 *= k2, m02 *= k2, m10 *= k1, m01 *= k1;
 
     // Scatter matrices of the quadratic terms (x^2, xy, y^2) and the linear ones (x, y, 1).
-    Mat3 s1 {}, s2 {}, s3 {};
-    for (const QPointF &p : stroke) {
-        const double x = (p.x() - mx) / scale, y = (p.y() - my) / scale;
-        const Vec3 d1 { x * x, x * y, y * y }, d2 { x, y, 1.0 };
-        for (int i = 0; i < 3; ++i)
-            for (int j = 0; j < 3; ++j) {
-                s1[i][j] += d1[i] * d1[j];
-                s2[i][j] += d1[i] * d2[j];
-                s3[i][j] += d2[i] * d2[j];
-            }
-    }
+    const Mat3 s1 { Vec3 { m40, m31, m22 }, Vec3 { m31, m22, m13 }, Vec3 { m22, m13, m04 } };
+    const Mat3 s2 { Vec3 { m30, m21, m20 }, Vec3 { m21, m12, m11 }, Vec3 { m12, m03, m02 } };
+    const Mat3 s3 { Vec3 { m20, m11, m10 }, Vec3 { m11, m02, m01 }, Vec3 { m10, m01, double(n) } };
     Mat3 s3inv {};
     if (!invert(s3, s3inv))
         return failed;

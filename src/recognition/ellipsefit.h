@@ -66,7 +66,8 @@ struct CEllipseFit
  * @return the fitted ellipse, snapped to a circle when its axes are within 10% of each
  *         other; ok is false (and every number 0) when no ellipse fits the points.
  *
- * The cost is linear in the number of points (two passes) plus a fixed 3x3 eigenproblem.
+ * The cost is linear in the number of points (three passes: centroid, moments, residual)
+ * plus a fixed 3x3 eigenproblem.
  */
 UTILITY_EXPORT CEllipseFit fitEllipse(const QVector<QPointF> &stroke);
 
