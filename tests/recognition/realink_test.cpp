@@ -51,7 +51,7 @@ TEST(RealInk, FiguresAndHandwritingMeetTheirFloors)
 {
     const QMap<QString, Goal> goals = { { "triangle", { { 102 }, 95.0, 3, true } },
         { "rectangle", { { 102 }, 95.0, 4, true } }, { "star", { { 102 }, 95.0, 5, true } },
-        { "five_point_star", { { 102 }, 95.0, 5, true } }, { "circle", { { 101 }, 95.0, 0, true } },
+        { "five_point_star", { { 102 }, 95.0, 5, true } }, { "circle", { { 101 }, 97.0, 0, true } },
         { "caret", { { 114 }, 90.0 } }, { "v", { { 114 }, 87.0 } },
         { "check", { { 114, 203, 204 }, 25.0 } }, { "left_sq_bracket", { { 115 }, 18.0 } },
         { "right_sq_bracket", { { 115 }, 9.0 } }, { "line", { { 205 }, 97.0 } },
