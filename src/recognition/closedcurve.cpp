@@ -20,6 +20,7 @@ constexpr int kMaxSpikes = 2;
 constexpr double kFlatDegrees = 1.0;
 constexpr double kFullTurnSlack = 20.0;
 constexpr double kGroupEdgeShare = 0.04; // a rounded corner cut into pieces
+constexpr double kGroupEdgeOfMean = 0.5;
 constexpr double kCornerEvenness = 0.5;
 constexpr double kQuadrangleShare = 0.8;
 
@@ -99,15 +100,17 @@ bool turningIsConcentrated(const QVector<QPointF> &pts, const QVector<double> &t
     QVector<double> lengths;
     const double perimeter = Util::calcStrokeLength(pts, lengths);
     const int n = turns.size();
+    // Short for a figure of many corners is also short against their mean edge.
+    const double shortEdge = perimeter * std::min(kGroupEdgeShare, kGroupEdgeOfMean / n);
     int first = 0; // a corner after a long edge starts a group
-    while (first < n && lengths[(first + n - 1) % n] < kGroupEdgeShare * perimeter)
+    while (first < n && lengths[(first + n - 1) % n] < shortEdge)
         ++first;
     QVector<double> groups;
     double group = 0.0;
     for (int k = 0; k < n; ++k) {
         const int i = (first + k) % n;
         group += turns[i];
-        if (lengths[i] >= kGroupEdgeShare * perimeter || k == n - 1) {
+        if (lengths[i] >= shortEdge || k == n - 1) {
             groups << group;
             group = 0.0;
         }

@@ -145,9 +145,9 @@ UTILITY_EXPORT bool hasSelfIntersection(const QVector<QPointF> &polygon);
  *    turn (360 +- 20 degrees);
  *  - and no few corners may carry the turning: it is a polygon when the four largest
  *    turns make 80% of it or more, or when, with corners joined by edges shorter than
- *    0.04 P grouped (a rounded corner cut into pieces), some k of 3 to 6 groups each turn
- *    at least half as much as the largest group while the next group turns at most half
- *    as much as the k-th.
+ *    0.04 P and than half the mean edge grouped (a rounded corner cut into pieces), some
+ *    k of 3 to 6 groups each turn at least half as much as the largest group while the
+ *    next group turns at most half as much as the k-th.
  * A curve keeps its cleaned points and nothing more is erased: with 7 corners or more it
  * is a closed curve under the usual corner limit of 6, and removeExtraPoint leaves lists
  * of 8 points or more alone. Everything else is cut down to its corners.
