@@ -14,7 +14,8 @@
 // Invariants: the category is one of the documented codes; the caller's strokes are not
 // changed; result is written only for a polygon, which then has 3 to corner-limit corners
 // inside the returned rectangle; a non-finite coordinate gives 0 with result and prepared
-// untouched.
+// untouched. The ellipse fit of every stroke holds only finite numbers: a proper ellipse
+// (rx >= ry > 0, angle in (-90, 90]) or, when it fails, zeros.
 #include "fuzztarget.h"
 
 #include <libutility/recognition/figurerecogniser.h>
@@ -160,6 +161,16 @@ int fuzzRecogniser(const uint8_t *data, size_t size)
     }
     if (!wantPrepared)
         FUZZ_CHECK(sameBits(prepared, preparedSentinel));
+
+    // The ellipse fit of each stroke: finite numbers always, a proper ellipse or zeros.
+    for (const QVector<QPointF> &stroke : original) {
+        const CFigureRecogniser::CEllipseFit fit = CFigureRecogniser::fitEllipse(stroke);
+        for (double v : { fit.cx, fit.cy, fit.rx, fit.ry, fit.angle, fit.residual })
+            FUZZ_CHECK(std::isfinite(v) && (fit.ok || v == 0.0));
+        if (fit.ok)
+            FUZZ_CHECK(fit.rx >= fit.ry && fit.ry > 0.0 && fit.angle > -90.0 && fit.angle <= 90.0
+                && fit.residual >= 0.0);
+    }
     return 0;
 }
 
