@@ -11,6 +11,7 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 constexpr double kCircleRatio = 0.9; // ry >= 0.9 rx: a circle
 constexpr double kMaxAxisOverSpread = 1000.0;
+constexpr int kResidualPoints = 256; // the residual of a longer stroke is sampled
 
 using Vec3 = std::array<double, 3>;
 using Mat3 = std::array<Vec3, 3>;
@@ -103,13 +104,17 @@ bool finite(std::initializer_list<double> values)
 
 // First-order geometric distance of the points from the ellipse (the algebraic error over
 // its gradient), as a root-mean-square over the mean radius. Squared throughout: no root
-// per point.
+// per point. A long stroke is sampled at an even stride: the division per point would
+// otherwise cost as much as the whole fit.
 double relativeResidual(const QVector<QPointF> &points, const CEllipseFit &e)
 {
     const double a = e.angle * kPi / 180.0, c = std::cos(a), s = std::sin(a);
     const double irx = 1.0 / e.rx, iry = 1.0 / e.ry;
+    const int stride = std::max(1, int(points.size()) / kResidualPoints);
     double sum = 0.0;
-    for (const QPointF &p : points) {
+    int count = 0;
+    for (int i = 0; i < points.size(); i += stride, ++count) {
+        const QPointF &p = points[i];
         const double dx = p.x() - e.cx, dy = p.y() - e.cy;
         const double u = (c * dx + s * dy) * irx, v = (-s * dx + c * dy) * iry;
         const double q = u * u + v * v - 1.0;
@@ -118,7 +123,7 @@ double relativeResidual(const QVector<QPointF> &points, const CEllipseFit &e)
         // At the centre the gradient vanishes; the distance there is the minor axis.
         sum += g2 > 0.0 ? q * q / g2 : e.ry * e.ry;
     }
-    return std::sqrt(sum / points.size()) / ((e.rx + e.ry) * 0.5);
+    return std::sqrt(sum / count) / ((e.rx + e.ry) * 0.5);
 }
 
 } // namespace

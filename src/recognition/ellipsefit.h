@@ -18,7 +18,9 @@
  *    mean, angle 0 and circle true.
  *  - residual is the root-mean-square distance of the points from the returned ellipse
  *    (first-order geometric distance), divided by its mean radius (rx + ry) / 2: about
- *    0.01 for careful ink, 0.1 for a sloppy oval, more for what is not an ellipse.
+ *    0.01 for careful ink, 0.1 for a sloppy oval, more for what is not an ellipse. Of a
+ *    stroke of more than 511 points it is taken over every k-th point (k = n / 256,
+ *    rounded down), which keeps its cost below that of the fit itself.
  *
  * Failure (ok false, every number 0): fewer than five points, a NaN or infinite
  * coordinate, all points on one line or one spot, or points that no ellipse fits (the
@@ -66,8 +68,8 @@ struct CEllipseFit
  * @return the fitted ellipse, snapped to a circle when its axes are within 10% of each
  *         other; ok is false (and every number 0) when no ellipse fits the points.
  *
- * The cost is linear in the number of points (three passes: centroid, moments, residual)
- * plus a fixed 3x3 eigenproblem.
+ * The cost is linear in the number of points (two passes: centroid, moments; the
+ * residual takes at most about 512 points) plus a fixed 3x3 eigenproblem.
  */
 UTILITY_EXPORT CEllipseFit fitEllipse(const QVector<QPointF> &stroke);
 

@@ -465,7 +465,7 @@ TEST(EllipseFit, NoisyEllipsesWithinThreePercent)
         double aspect, degrees;
         int points;
     } cases[] = { { 1.0, 0, 60 }, { 1.05, 40, 300 }, { 1.2, -70, 80 }, { 1.3, 25, 40 },
-        { 1.3, -89, 250 }, { 2.0, 60, 100 }, { 2.0, -15, 400 }, { 3.0, 0, 50 }, { 3.0, 89, 300 },
+        { 1.3, -89, 250 }, { 2.0, 60, 100 }, { 2.0, -15, 1200 }, { 3.0, 0, 50 }, { 3.0, 89, 300 },
         { 3.0, -45, 120 } };
     int seed = 0;
     for (const auto &c : cases) {
