@@ -13,8 +13,8 @@
 //  - the hand starts anywhere on the outline, goes either way round, and ends up to 8% of
 //    the perimeter past its start (overshoot) or short of it (a gap), while its radius
 //    drifts by up to 3% over the figure;
-//  - tremor: a slow wobble across the path of up to 1.5% of the figure's size and a
-//    jitter of up to 0.5% of it;
+//  - tremor: a slow wobble across the path of up to 1.5% of the figure's size, a faster
+//    one of up to 1% and a jitter of up to 0.8% of it;
 //  - speed: the pen slows down in bends and speeds up on straight runs, and is sampled at
 //    a fixed rate: tablet-like (200 to 400 points, each point repeated now and then) or
 //    mouse-like (40 to 80 points on integer pixels), half of the seeds each.
