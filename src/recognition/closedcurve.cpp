@@ -44,17 +44,6 @@ bool turnsOf(const QVector<QPointF> &pts, QVector<double> &turns)
     return true;
 }
 
-void eraseCorner(QVector<QPointF> &pts, int i)
-{
-    if (i == 0) {
-        pts.removeLast();
-        pts.removeFirst();
-        pts.append(pts.first());
-    } else {
-        pts.remove(i);
-    }
-}
-
 // Takes out wobble (corners turning against the figure or not at all) and closing
 // hooks, worst first; false when that leaves too few corners or takes too many.
 bool removePenNoise(QVector<QPointF> &pts, double sign)
@@ -125,6 +114,17 @@ bool turningIsConcentrated(const QVector<QPointF> &pts, const QVector<double> &t
 }
 
 } // namespace
+
+void eraseCorner(QVector<QPointF> &pts, int i)
+{
+    if (i == 0) {
+        pts.removeLast();
+        pts.removeFirst();
+        pts.append(pts.first());
+    } else {
+        pts.remove(i);
+    }
+}
 
 bool keepClosedCurve(QVector<QPointF> &points)
 {

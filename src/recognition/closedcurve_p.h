@@ -16,6 +16,9 @@ namespace detail {
 // non-finite coordinate.
 bool keepClosedCurve(QVector<QPointF> &points);
 
+// Erases corner i of a closed list and keeps the list closed.
+void eraseCorner(QVector<QPointF> &pts, int i);
+
 } // namespace detail
 } // namespace CFigureRecogniser
 

@@ -88,18 +88,6 @@ double heightAt(const QVector<QPointF> &pts, int i)
         pts[(i + corners - 1) % corners], pts[(i + 1) % corners], pts[i], nullptr);
 }
 
-// Erases corner i of a closed list and keeps the list closed.
-void eraseCorner(QVector<QPointF> &pts, int i)
-{
-    if (i == 0) {
-        pts.removeLast();
-        pts.removeFirst();
-        pts.append(pts.first());
-    } else {
-        pts.remove(i);
-    }
-}
-
 // The first point of the stroke farthest from the chord of its ends, by whole units
 // (0 when none is a unit away).
 template <class ChordDistance>
@@ -397,7 +385,7 @@ void removeShortSegment(QVector<QPointF> &points)
         if (shortest >= 0) {
             const int a = shortest;
             const int b = (shortest + 1) % corners;
-            eraseCorner(points, turnAt(points, a) <= turnAt(points, b) ? a : b);
+            detail::eraseCorner(points, turnAt(points, a) <= turnAt(points, b) ? a : b);
             continue;
         }
 
@@ -418,7 +406,7 @@ void removeShortSegment(QVector<QPointF> &points)
         const bool weakCorner = corners <= 5 && weakestTurn < kWeakTurnDegrees
             && weakestTurn < kWeakTurnShare * otherTurns / (corners - 1);
         if (weakestTurn < kFlatTurnDegrees || weakCorner) {
-            eraseCorner(points, weakest);
+            detail::eraseCorner(points, weakest);
             continue;
         }
         int lowest = 0;
@@ -431,7 +419,7 @@ void removeShortSegment(QVector<QPointF> &points)
             }
         }
         if (lowestHeight < kFlatHeightShare * perimeter) {
-            eraseCorner(points, lowest);
+            detail::eraseCorner(points, lowest);
             continue;
         }
         break;
@@ -463,7 +451,7 @@ void removeExtraPoint(QVector<QPointF> &points)
         }
         if (victim < 0)
             break;
-        eraseCorner(points, victim);
+        detail::eraseCorner(points, victim);
     }
     TRACE_EXIT();
 }
