@@ -117,8 +117,8 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
         if (boxesOverlap(otherBoxes[j], baseBounds))
             candidates.append(j);
     }
-    const QVector<double> baseCum = cumulativeLengths(base);
-    const QVector<double> otherCum = cumulativeLengths(other);
+    // Arc lengths are needed only once a crossing is found.
+    QVector<double> baseCum, otherCum;
     for (int i = 0; i < baseBoxes.size(); ++i) {
         if (!boxesOverlap(baseBoxes[i], otherBounds))
             continue;
@@ -128,6 +128,10 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
             QPointF x;
             if (!Util::intersectLineSegments(base[i], base[i + 1], other[j], other[j + 1], &x))
                 continue;
+            if (baseCum.isEmpty()) {
+                baseCum = cumulativeLengths(base);
+                otherCum = cumulativeLengths(other);
+            }
             crossings.append({ x, i, j, baseCum[i] + Util::getDistance(base[i], x),
                 otherCum[j] + Util::getDistance(other[j], x) });
         }
