@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
 # The one entry point of the project.
 #   ./dev.sh demo      build, then run the main job
-#   ./dev.sh test      build, run every test (own X server), then again under ASan+UBSan
+#   ./dev.sh test      build for Qt 5 and Qt 6, run every test on both (own X server),
+#                      then again under ASan+UBSan (Qt 5)
 #   ./dev.sh setup     install the missing Debian packages (cmake/debian-packages.txt)
 #   ./dev.sh build     configure and build (build/)
 #   ./dev.sh bench     Release build with benchmarks (build-release/), run them all
-#   ./dev.sh package   Release build, Debian packages into out/
+#   ./dev.sh package   Release builds, Debian packages of both Qt flavours into out/
 #   ./dev.sh fuzz [target] [seconds]   clang fuzz build (build-fuzz/), run one or all targets
 #   ./dev.sh mutants [subsystem] [count] [seed]   mutation check of the tests (build-mutants/)
 set -euo pipefail
@@ -13,12 +14,21 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 cd "$root"
 build_dir=${LIBUTILITY_BUILD_DIR:-$root/build}
+qt6_dir=${LIBUTILITY_QT6_BUILD_DIR:-$root/build-qt6}
 release_dir=$root/build-release
 asan_dir=$root/build-asan
 fuzz_dir=$root/build-fuzz
 jobs=$(nproc 2>/dev/null || echo 2)
 
 log() { printf '==> %s\n' "$*" >&2; }
+
+# timed <what> <command...>: runs the command and logs how long it took.
+timed() {
+  local what=$1 start=$SECONDS status=0; shift
+  "$@" || status=$?
+  log "$what: $((SECONDS - start)) s"
+  return $status
+}
 
 setup() {
   local wanted missing=()
@@ -53,10 +63,17 @@ configure() { # configure <dir> <cmake args...>
 
 build() {
   setup
+  build_flavour "$build_dir" 5
+}
+
+# build_flavour <dir> <Qt major> [cmake args...]
+build_flavour() {
+  local dir=$1 qt=$2; shift 2
   # Everything is built unless LIBUTILITY_CMAKE_ARGS says otherwise.
-  configure "$build_dir" -U LIBUTILITY_SUBSYSTEMS -DCMAKE_BUILD_TYPE=RelWithDebInfo ${LIBUTILITY_CMAKE_ARGS:-}
-  log "building in $build_dir"
-  cmake --build "$build_dir" -j "$jobs"
+  configure "$dir" -U LIBUTILITY_SUBSYSTEMS -DCMAKE_BUILD_TYPE=RelWithDebInfo -DLIBUTILITY_QT="$qt" "$@" \
+    ${LIBUTILITY_CMAKE_ARGS:-}
+  log "building for Qt $qt in $dir"
+  cmake --build "$dir" -j "$jobs"
 }
 
 # Starts Xvfb and a window manager on a free display; sets DISPLAY. Stopped on exit.
@@ -74,17 +91,30 @@ start_display() {
   log "X server on $DISPLAY with metacity"
 }
 
+# The whole suite runs for both Qt majors. The Qt 6 build also compares its recogniser's
+# answers with the Qt 5 build's and installs itself beside it (LIBUTILITY_COMPARE_BUILD).
 run_tests() {
-  build
+  local start=$SECONDS
+  timed "set-up" setup
+  timed "Qt 5 build" build_flavour "$build_dir" 5
+  timed "Qt 6 build" build_flavour "$qt6_dir" 6 -DLIBUTILITY_COMPARE_BUILD="$build_dir"
   start_display
-  log "running tests"
-  if ! ctest --test-dir "$build_dir" -j "$jobs" --output-on-failure --timeout 600; then
+  timed "Qt 5 tests" suite "$build_dir" "Qt 5"
+  timed "Qt 6 tests" suite "$qt6_dir" "Qt 6"
+  timed "sanitizer build and tests (Qt 5)" sanitizer_tests
+  log "dev.sh test passed in $((SECONDS - start)) s"
+}
+
+# suite <build dir> <what>: every test of one build.
+suite() {
+  local dir=$1
+  log "running the tests of the $2 build"
+  if ! ctest --test-dir "$dir" -j "$jobs" --output-on-failure --timeout 600; then
     # Window-manager tests depend on the timing of a real X server; a failure that does
     # not repeat is reported above and the run goes on with the verdict of the rerun.
     log "re-running the failed tests once"
-    ctest --test-dir "$build_dir" --rerun-failed --output-on-failure --timeout 600
+    ctest --test-dir "$dir" --rerun-failed --output-on-failure --timeout 600
   fi
-  sanitizer_tests
 }
 
 # The same tests once more in an ASan + UBSan build (build-asan/), the fuzz corpora
@@ -175,13 +205,27 @@ bench() {
   done
 }
 
+# Both flavours' packages (libutility1, libutility-dev; libutility-qt6-1, libutility-qt6-dev)
+# install together: no two of them hold the same file, which is checked here.
 package() {
   setup
-  configure "$release_dir" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DLIBUTILITY_BUILD_TESTS=OFF
-  cmake --build "$release_dir" -j "$jobs"
   mkdir -p "$root/out"
-  (cd "$release_dir" && cpack -G DEB -B "$root/out" >/dev/null)
+  local qt dir
+  for qt in 5 6; do
+    dir=$release_dir
+    [ "$qt" = 5 ] || dir=$release_dir-qt$qt
+    configure "$dir" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DLIBUTILITY_BUILD_TESTS=OFF \
+      -DLIBUTILITY_QT="$qt"
+    cmake --build "$dir" -j "$jobs"
+    (cd "$dir" && cpack -G DEB -B "$root/out" >/dev/null)
+  done
   rm -rf "$root/out/_CPack_Packages"
+  local shared
+  shared=$(for deb in "$root"/out/*.deb; do dpkg-deb --fsys-tarfile "$deb" | tar -t | grep -v '/$'; done |
+    sort | uniq -d)
+  if [ -n "$shared" ]; then
+    echo "dev.sh: files in more than one package:" >&2; echo "$shared" >&2; exit 1
+  fi
   ls -1 "$root"/out/*.deb
 }
 

@@ -17,7 +17,7 @@ function(utility_add_subsystem name)
     set_property(GLOBAL APPEND PROPERTY LIBUTILITY_PUBLIC_HEADERS libutility/${name}/${file_name})
   endforeach()
   install(FILES ${ARG_PUBLIC_HEADERS}
-          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/libutility/${name} COMPONENT dev)
+          DESTINATION ${LIBUTILITY_INSTALL_INCLUDEDIR}/libutility/${name} COMPONENT dev)
 endfunction()
 
 # The umbrella header includes every public header of the subsystems built.
@@ -32,7 +32,7 @@ function(utility_write_umbrella_header)
   install(FILES ${LIBUTILITY_GENERATED_DIR}/libutility/libutility.h
                 ${LIBUTILITY_GENERATED_DIR}/libutility/utility_export.h
                 ${LIBUTILITY_GENERATED_DIR}/libutility/version.h
-          DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/libutility COMPONENT dev)
+          DESTINATION ${LIBUTILITY_INSTALL_INCLUDEDIR}/libutility COMPONENT dev)
 endfunction()
 
 # utility_add_test_suite(<subsystem> SOURCES ... [DISPLAY] [LIBRARIES ...])

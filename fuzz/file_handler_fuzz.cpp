@@ -15,7 +15,7 @@
 
 #include <libutility/files/filehandler.h>
 
-#include <QRegExp>
+#include <QRegularExpression>
 #include <QSet>
 #include <QString>
 #include <QStringList>
@@ -112,12 +112,12 @@ int fuzzFileHandler(const uint8_t *data, size_t size)
 
     // A handler whose suffixes are all plain ".ext" is found from its own filter entry
     // (by the first handler in the list with that suffix).
-    static const QRegExp plain(QStringLiteral("\\.[A-Za-z0-9]+"));
+    static const QRegularExpression plain(QStringLiteral("\\A\\.[A-Za-z0-9]+\\z"));
     for (CFileHandlerSingle *single : registry.singles) {
         const QStringList suffixes = single->getSuffixes();
         const bool allPlain = !suffixes.isEmpty()
             && std::all_of(suffixes.begin(), suffixes.end(),
-                [](const QString &suffix) { return plain.exactMatch(suffix); });
+                [](const QString &suffix) { return plain.match(suffix).hasMatch(); });
         if (!allPlain)
             continue;
         CFileHandler *found = CFileHandler::getHandlerForFilter(list, single->getFilter());

@@ -1,8 +1,8 @@
 #include <libutility/desktop/windowmanagement.h>
+#include <libutility/qtcompat_p.h>
 
 #include <QTimerEvent>
 #include <QWidget>
-#include <QX11Info>
 
 #include <X11/Xlib.h>
 
@@ -108,7 +108,7 @@ void CWindowManagement::raiseParentWidgetTop(QWidget *widget)
 
 void CWindowManagement::raiseQtWindowTop(unsigned long window)
 {
-    Display *display = QX11Info::display();
+    Display *display = QtCompat::x11Display();
     if (!display || window == 0)
         return;
     Window root = 0;
@@ -128,7 +128,7 @@ void CWindowManagement::raiseQtWindowTop(unsigned long window)
 
 void CWindowManagement::raiseWindowTop(unsigned long window)
 {
-    Display *display = QX11Info::display();
+    Display *display = QtCompat::x11Display();
     if (!display || window == 0)
         return;
     XSetWindowAttributes attributes;

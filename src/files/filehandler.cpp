@@ -4,7 +4,7 @@
 #include <libutility/logging/trace.h>
 
 #include <QCoreApplication>
-#include <QRegExp>
+#include <QRegularExpression>
 
 namespace {
 
@@ -65,9 +65,9 @@ CFileHandler *CFileHandler::getHandlerForFilter(
     const int open = filter.lastIndexOf(QLatin1Char('(')) + 1;
     const int close = filter.lastIndexOf(QLatin1Char(')'));
     QString patterns = close >= open ? filter.mid(open, close - open) : filter.mid(open);
-    patterns.remove(QRegExp(QStringLiteral("[*]")));
+    patterns.remove(QLatin1Char('*'));
     // Empty parts are kept, as the dialog strings we build never start with a blank.
-    const QStringList parts = patterns.split(QRegExp(QStringLiteral("\\s+")));
+    const QStringList parts = patterns.split(QRegularExpression(QStringLiteral("\\s+")));
     if (parts.size() > 1) {
         basic_logging::warning() << "More than one filter present. There are actually: "
                                  << parts.size() << basic_logging::LoggerEndline;

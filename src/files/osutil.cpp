@@ -1,10 +1,10 @@
 #include <libutility/files/osutil.h>
+#include <libutility/qtcompat_p.h>
 
 #include <QByteArray>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QX11Info>
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -204,7 +204,7 @@ bool rootHasProperty(Display *display, Window root, const char *name)
 
 int COsUtil::getDesktopEnvironment()
 {
-    Display *display = QX11Info::isPlatformX11() ? QX11Info::display() : nullptr;
+    Display *display = QtCompat::isPlatformX11() ? QtCompat::x11Display() : nullptr;
     if (!display)
         return eUnknownDesktop;
     const Window root = DefaultRootWindow(display);

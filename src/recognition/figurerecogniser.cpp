@@ -150,7 +150,7 @@ QRectF getStrokeRectBound(const QVector<QPointF> &points)
 void getAllSegmentRect(const QVector<QPointF> &points, QVector<QRectF> &out)
 {
     TRACE_FUNCTION("figurerecogniser", "getAllSegmentRect");
-    out.resize(std::max(0, points.size() - 1));
+    out.resize(std::max<int>(0, points.size() - 1));
     for (int i = 0; i + 1 < points.size(); ++i) {
         const QPointF &a = points[i];
         const QPointF &b = points[i + 1];

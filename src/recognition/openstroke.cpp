@@ -472,8 +472,8 @@ int checkConnectSpecialEdge(const QVector<QPointF> &first, const QVector<QPointF
 
     int bestFirst = -1, bestSecond = -1;
     double bestGap = 0.0;
-    for (int i : { first.size() - 1, 0 }) {
-        for (int j : { 0, second.size() - 1 }) {
+    for (int i : { int(first.size()) - 1, 0 }) {
+        for (int j : { 0, int(second.size()) - 1 }) {
             const double gap = Util::getDistance(first[i], second[j]);
             if (bestFirst < 0 || gap < bestGap) {
                 bestFirst = i;

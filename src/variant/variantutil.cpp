@@ -1,6 +1,7 @@
 #include <libutility/variant/variantutil.h>
 
 #include <libutility/files/osutil.h>
+#include <libutility/qtcompat_p.h>
 
 #include <QByteArray>
 #include <QDateTime>
@@ -41,38 +42,38 @@ void appendString(const CXMLSerializeInfo &info, const QString &text, QString &o
 // The unescaped fragment of one value, appended to out.
 void writeValue(const CXMLSerializeInfo &info, const QVariant &value, QString &out)
 {
-    switch (value.type()) {
-    case QVariant::Bool:
+    switch (value.userType()) {
+    case QMetaType::Bool:
         out += QLatin1String("<value><boolean>");
         out += value.toBool() ? QLatin1String("true") : QLatin1String("false");
         out += QLatin1String("</boolean></value>");
         return;
-    case QVariant::Int:
+    case QMetaType::Int:
         out += QLatin1String("<value><int>");
         out += QString::number(value.toInt(), 10);
         out += QLatin1String("</int></value>");
         return;
-    case QVariant::Double:
+    case QMetaType::Double:
         out += QLatin1String("<value><double>");
         out += QString::number(value.toDouble(), 'g', 6);
         out += QLatin1String("</double></value>");
         return;
-    case QVariant::String:
+    case QMetaType::QString:
         out += QLatin1String("<value><string>");
         appendString(info, value.toString(), out);
         out += QLatin1String("</string></value>");
         return;
-    case QVariant::ByteArray:
+    case QMetaType::QByteArray:
         out += QLatin1String("<value><base64>");
         out += QLatin1String(value.toByteArray().toBase64());
         out += QLatin1String("</base64></value>");
         return;
-    case QVariant::DateTime:
+    case QMetaType::QDateTime:
         out += QLatin1String("<value><datetime.iso8601>");
         out += value.toDateTime().toString(Qt::ISODate);
         out += QLatin1String("</datetime.iso8601></value>");
         return;
-    case QVariant::List: {
+    case QMetaType::QVariantList: {
         out += QLatin1String("<value><array><data>");
         const QVariantList list = value.toList();
         for (const QVariant &item : list)
@@ -80,7 +81,7 @@ void writeValue(const CXMLSerializeInfo &info, const QVariant &value, QString &o
         out += QLatin1String("</data></array></value>");
         return;
     }
-    case QVariant::Map: {
+    case QMetaType::QVariantMap: {
         out += QLatin1String("<value><map>");
         const QVariantMap map = value.toMap();
         for (auto it = map.cbegin(); it != map.cend(); ++it) {
@@ -94,7 +95,8 @@ void writeValue(const CXMLSerializeInfo &info, const QVariant &value, QString &o
         return;
     }
     default:
-        qWarning().nospace() << "Failed to convert unknown variant type: " << value.type();
+        qWarning().nospace() << "Failed to convert unknown variant type: "
+                             << QtCompat::VariantType { value };
         out += QLatin1String("<value/>");
         return;
     }
@@ -138,7 +140,7 @@ public:
 private:
     bool isName(const char *name) const { return m_xml.qualifiedName() == QLatin1String(name); }
 
-    bool isTag(const QStringRef &tag, const char *name) const
+    bool isTag(QStringView tag, const char *name) const
     {
         return tag.compare(QLatin1String(name), Qt::CaseInsensitive) == 0;
     }
@@ -239,7 +241,7 @@ private:
     // At the start of the typed element inside a value; returns at its end.
     QVariant readTyped(int depth)
     {
-        const QStringRef tag = m_xml.qualifiedName();
+        const QStringView tag = m_xml.qualifiedName();
         if (isTag(tag, "string"))
             return QVariant(elementText());
         if (isTag(tag, "int"))

@@ -8,7 +8,8 @@
 #include <QProcess>
 #include <QThread>
 #include <QWidget>
-#include <QX11Info>
+
+#include <libutility/qtcompat_p.h>
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
@@ -39,14 +40,14 @@ inline void spin(int ms)
 
 // True in the process that has an X display; without one (offscreen platform) tests
 // that need the null-display path run directly.
-inline bool haveX11() { return QX11Info::isPlatformX11() && QX11Info::display() != nullptr; }
+inline bool haveX11() { return QtCompat::isPlatformX11() && QtCompat::x11Display() != nullptr; }
 
 // The parent of an X window and the root's children, bottom to top.
 inline Window parentOf(Window window, std::vector<Window> *children = nullptr)
 {
     Window root = 0, parent = 0, *list = nullptr;
     unsigned int count = 0;
-    if (!XQueryTree(QX11Info::display(), window, &root, &parent, &list, &count))
+    if (!XQueryTree(QtCompat::x11Display(), window, &root, &parent, &list, &count))
         return 0;
     if (children)
         children->assign(list, list + count);
@@ -69,7 +70,7 @@ inline Window topLevelOf(Window window)
 inline int stackIndex(const QWidget *widget)
 {
     std::vector<Window> children;
-    parentOf(QX11Info::appRootWindow(), &children);
+    parentOf(DefaultRootWindow(QtCompat::x11Display()), &children);
     const Window top = topLevelOf(widget->winId());
     for (size_t i = 0; i < children.size(); ++i) {
         if (children[i] == top)
@@ -86,7 +87,7 @@ inline bool showManaged(QWidget *widget)
     const bool mapped = waitFor([widget] {
         XWindowAttributes attributes;
         const Window top = topLevelOf(widget->winId());
-        return top != widget->winId() && XGetWindowAttributes(QX11Info::display(), top, &attributes)
+        return top != widget->winId() && XGetWindowAttributes(QtCompat::x11Display(), top, &attributes)
             && attributes.map_state == IsViewable && widget->isVisible();
     });
     const bool active = waitFor([widget] { return widget->isActiveWindow(); });
@@ -115,7 +116,7 @@ class RestackRecorder
 {
 public:
     RestackRecorder()
-        : m_display(XOpenDisplay(DisplayString(QX11Info::display())))
+        : m_display(XOpenDisplay(DisplayString(QtCompat::x11Display())))
     {
         XSelectInput(m_display, DefaultRootWindow(m_display), SubstructureNotifyMask);
         XSync(m_display, True);
@@ -126,7 +127,7 @@ public:
     std::vector<Window> collect()
     {
         std::vector<Window> restacked;
-        XSync(QX11Info::display(), False);
+        XSync(QtCompat::x11Display(), False);
         XSync(m_display, False);
         for (XEvent event; XPending(m_display);) {
             XNextEvent(m_display, &event);
@@ -151,14 +152,14 @@ public:
         int format = 0;
         unsigned long count = 0, after = 0;
         unsigned char *data = nullptr;
-        if (XGetWindowProperty(display(), QX11Info::appRootWindow(), check(), 0, 1, False,
+        if (XGetWindowProperty(display(), DefaultRootWindow(QtCompat::x11Display()), check(), 0, 1, False,
                 XA_WINDOW, &type, &format, &count, &after, &data)
                 == Success
             && type == XA_WINDOW && count == 1)
             m_previous = *reinterpret_cast<Window *>(data);
         if (data)
             XFree(data);
-        m_window = XCreateSimpleWindow(display(), QX11Info::appRootWindow(), 0, 0, 1, 1, 0, 0, 0);
+        m_window = XCreateSimpleWindow(display(), DefaultRootWindow(QtCompat::x11Display()), 0, 0, 1, 1, 0, 0, 0);
         XChangeProperty(display(), m_window, XInternAtom(display(), "_NET_WM_NAME", False),
             XInternAtom(display(), "UTF8_STRING", False), 8, PropModeReplace,
             reinterpret_cast<const unsigned char *>(name.constData()), name.size());
@@ -172,14 +173,14 @@ public:
     }
 
 private:
-    static Display *display() { return QX11Info::display(); }
+    static Display *display() { return QtCompat::x11Display(); }
     static Atom check() { return XInternAtom(display(), "_NET_SUPPORTING_WM_CHECK", False); }
     void setCheckWindow(Window window)
     {
         if (!window)
-            XDeleteProperty(display(), QX11Info::appRootWindow(), check());
+            XDeleteProperty(display(), DefaultRootWindow(QtCompat::x11Display()), check());
         else
-            XChangeProperty(display(), QX11Info::appRootWindow(), check(), XA_WINDOW, 32,
+            XChangeProperty(display(), DefaultRootWindow(QtCompat::x11Display()), check(), XA_WINDOW, 32,
                 PropModeReplace, reinterpret_cast<const unsigned char *>(&window), 1);
         XSync(display(), False);
     }

@@ -135,7 +135,7 @@ TEST(BinaryRead, ExitTraceLineShowsTheValueAndThePointReaderStaysExported)
                 "binaryread Exit binaryRead(15-07-2009 13:45:30.250 )" }));
     }
     // The inline point reader is also exported by name, like every other overload.
-    void *lib = dlopen("libutility.so.1", RTLD_LAZY | RTLD_NOLOAD);
+    void *lib = dlopen(LIBUTILITY_SONAME, RTLD_LAZY | RTLD_NOLOAD);
     ASSERT_NE(lib, nullptr);
     const auto reader = reinterpret_cast<void (*)(std::istream &, QPoint &)>(
         dlsym(lib, "_Z10binaryReadRSiR6QPoint"));

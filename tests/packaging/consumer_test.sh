@@ -1,25 +1,55 @@
 #!/usr/bin/env bash
-# consumer_test.sh <build dir> <consumer source dir>
+# consumer_test.sh <consumer source dir> <build dir>...
+# The installed package as applications see it. Each build is installed alone into a
+# scratch prefix; two builds (the Qt 5 and the Qt 6 flavour) must not install any file
+# under the same name. Then all are installed into one prefix and, for each package
+# found there (lib/cmake/<package>), examples/consumer is built with CMake
+# (find_package(<package> 1 CONFIG)) and with pkg-config, run, and its library checked:
+# SONAME <package>.so.1, and that is what the program loads.
 set -euo pipefail
-build=$1 consumer=$2
+consumer=$1; shift
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 prefix=$scratch/prefix
 
-cmake --install "$build" --prefix "$prefix" >/dev/null
-export LD_LIBRARY_PATH=$(dirname "$(find "$prefix" -name 'libutility.so.1' | head -n 1)")
+packages=() lists=()
+for build in "$@"; do
+  alone=$scratch/alone${#lists[@]}
+  cmake --install "$build" --prefix "$alone" >/dev/null
+  packages+=("$(basename "$(find "$alone" -path '*/cmake/*Config.cmake' -printf '%h\n')")")
+  (cd "$alone" && find . ! -type d | sort) >"$alone.files"
+  lists+=("$alone.files")
+  cmake --install "$build" --prefix "$prefix" >/dev/null
+done
+if [ ${#lists[@]} -eq 2 ]; then
+  shared=$(comm -12 "${lists[0]}" "${lists[1]}")
+  if [ -n "$shared" ]; then
+    echo "${packages[0]} and ${packages[1]} both install:"; echo "$shared"
+    exit 1
+  fi
+  echo "-- ${packages[0]} ($(wc -l <"${lists[0]}") files) and ${packages[1]} ($(wc -l <"${lists[1]}") files) share no file"
+fi
 
-echo "-- CMake: find_package(libutility 1 CONFIG)"
-cmake -S "$consumer" -B "$scratch/cmake-build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
-cmake --build "$scratch/cmake-build" >/dev/null
-QT_QPA_PLATFORM=offscreen "$scratch/cmake-build/consumer"
+libdir=$(dirname "$(find "$prefix" -name 'libutility*.so.1' | head -n 1)")
+export LD_LIBRARY_PATH=$libdir
+export PKG_CONFIG_PATH=$libdir/pkgconfig
+for package in "${packages[@]}"; do
+  echo "-- CMake: find_package($package 1 CONFIG)"
+  cmake -S "$consumer" -B "$scratch/$package-cmake" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DLIBUTILITY_PACKAGE="$package" >/dev/null
+  cmake --build "$scratch/$package-cmake" >/dev/null
+  QT_QPA_PLATFORM=offscreen "$scratch/$package-cmake/consumer"
 
-echo "-- pkg-config libutility"
-export PKG_CONFIG_PATH=$(dirname "$(find "$prefix" -name libutility.pc | head -n 1)")
-# shellcheck disable=SC2046
-g++ -std=c++17 "$consumer/main.cpp" -o "$scratch/pc-consumer" $(pkg-config --cflags --libs libutility)
-QT_QPA_PLATFORM=offscreen "$scratch/pc-consumer"
+  echo "-- pkg-config $package"
+  # shellcheck disable=SC2046
+  g++ -std=c++17 "$consumer/main.cpp" -o "$scratch/$package-pc" $(pkg-config --cflags --libs "$package")
+  QT_QPA_PLATFORM=offscreen "$scratch/$package-pc"
 
-soname=$(readelf -d "$LD_LIBRARY_PATH/libutility.so.1" | sed -n 's/.*Library soname: \[\(.*\)\]/\1/p')
-echo "-- SONAME $soname"
-[ "$soname" = "libutility.so.1" ]
+  soname=$(readelf -d "$libdir/$package.so.1" | sed -n 's/.*Library soname: \[\(.*\)\]/\1/p')
+  echo "-- SONAME $soname"
+  [ "$soname" = "$package.so.1" ]
+  for program in "$scratch/$package-cmake/consumer" "$scratch/$package-pc"; do
+    ldd "$program" | grep -q "$package.so.1 => $libdir/$package.so.1" ||
+      { echo "$program does not load $libdir/$package.so.1:"; ldd "$program"; exit 1; }
+  done
+done

@@ -131,7 +131,7 @@ QImage drawContactSheet(
     }
     perLabel = std::max(1, perLabel);
     QImage image(
-        kLabelColumn + perLabel * kCell, std::max(1, labels.size()) * kCell, QImage::Format_RGB32);
+        kLabelColumn + perLabel * kCell, std::max<int>(1, labels.size()) * kCell, QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
@@ -141,7 +141,7 @@ QImage drawContactSheet(
         painter.drawText(QRect(4, row * kCell, kLabelColumn - 8, kCell),
             Qt::AlignVCenter | Qt::AlignLeft,
             labels[row] + "\nexpect " + describe(expectationFor(labels[row])));
-        const int shown = std::min(perLabel, indexes.size());
+        const int shown = std::min<int>(perLabel, indexes.size());
         for (int k = 0; k < shown; ++k) {
             const int index = indexes[int(qint64(k) * indexes.size() / shown)];
             drawCell(painter, QRect(kLabelColumn + k * kCell, row * kCell, kCell, kCell),
