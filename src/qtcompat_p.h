@@ -39,7 +39,9 @@ inline Display *x11Display()
 
 // A variant's type as Qt 5 prints a QVariant::Type ("QVariant::QStringList",
 // "QVariant::Invalid"), which log readers match on: qDebug() << QtCompat::VariantType{v}.
-// Qt 6 deprecates QVariant::Type; its meta type gives the same name.
+// Qt 6 deprecates QVariant::Type; its meta type gives the same name for every built-in
+// type. A type of the application's own prints its name in Qt 6, while Qt 5 folds all
+// of them into QVariant::UserType and prints the first one the process registered.
 struct VariantType
 {
     const QVariant &value;

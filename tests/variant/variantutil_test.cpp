@@ -77,12 +77,16 @@ TEST(VariantFragment, WritesTheExactTextOfEachType)
 
     const QtMessageHandler previous = qInstallMessageHandler(collectWarning);
     EXPECT_EQ(readRaw(rawFragment(QStringList())), QVariant(QString()));
+    rawFragment(QVariant(QPointF(1, 2)));
+    rawFragment(QVariant());
     EXPECT_EQ(readRaw("<value><array><data><value><int>1</int></value>"
                       "<value><Foo>2</Foo></value></data></array></value>"),
         QVariant(QVariantList { 1, QVariant() }));
     qInstallMessageHandler(previous);
     EXPECT_EQ(g_warnings,
         QStringList({ "Failed to convert unknown variant type: QVariant::QStringList",
+            "Failed to convert unknown variant type: QVariant::QPointF",
+            "Failed to convert unknown variant type: QVariant::Invalid",
             "Cannot convert unknown type \"Foo\"" }));
 }
 
