@@ -31,7 +31,8 @@ int fuzzVariantXml(const uint8_t *data, size_t size)
     // Strings may hold "<" or "&" and then deliberately fail to read back; every other
     // type is written from its own well-formed text.
     const int type = value.userType();
-    if (type != QMetaType::QString && type != QMetaType::QVariantList && type != QMetaType::QVariantMap)
+    if (type != QMetaType::QString && type != QMetaType::QVariantList
+        && type != QMetaType::QVariantMap)
         FUZZ_CHECK(reread.userType() == type);
     return 0;
 }

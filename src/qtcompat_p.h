@@ -19,10 +19,7 @@ typedef struct _XDisplay Display;
 namespace QtCompat {
 
 // True when the application runs on the X11 (xcb) platform plugin.
-inline bool isPlatformX11()
-{
-    return QGuiApplication::platformName() == QLatin1String("xcb");
-}
+inline bool isPlatformX11() { return QGuiApplication::platformName() == QLatin1String("xcb"); }
 
 // The application's X display, null without one. Qt 6 dropped QX11Info; its native
 // interface hands out the same connection. Like QX11Info::display(), this does not check

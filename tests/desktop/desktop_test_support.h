@@ -42,6 +42,9 @@ inline void spin(int ms)
 // that need the null-display path run directly.
 inline bool haveX11() { return QtCompat::isPlatformX11() && QtCompat::x11Display() != nullptr; }
 
+// The root window of the application's display.
+inline Window rootWindow() { return DefaultRootWindow(QtCompat::x11Display()); }
+
 // The parent of an X window and the root's children, bottom to top.
 inline Window parentOf(Window window, std::vector<Window> *children = nullptr)
 {
@@ -70,7 +73,7 @@ inline Window topLevelOf(Window window)
 inline int stackIndex(const QWidget *widget)
 {
     std::vector<Window> children;
-    parentOf(DefaultRootWindow(QtCompat::x11Display()), &children);
+    parentOf(rootWindow(), &children);
     const Window top = topLevelOf(widget->winId());
     for (size_t i = 0; i < children.size(); ++i) {
         if (children[i] == top)
@@ -87,7 +90,8 @@ inline bool showManaged(QWidget *widget)
     const bool mapped = waitFor([widget] {
         XWindowAttributes attributes;
         const Window top = topLevelOf(widget->winId());
-        return top != widget->winId() && XGetWindowAttributes(QtCompat::x11Display(), top, &attributes)
+        return top != widget->winId()
+            && XGetWindowAttributes(QtCompat::x11Display(), top, &attributes)
             && attributes.map_state == IsViewable && widget->isVisible();
     });
     const bool active = waitFor([widget] { return widget->isActiveWindow(); });
@@ -152,14 +156,14 @@ public:
         int format = 0;
         unsigned long count = 0, after = 0;
         unsigned char *data = nullptr;
-        if (XGetWindowProperty(display(), DefaultRootWindow(QtCompat::x11Display()), check(), 0, 1, False,
-                XA_WINDOW, &type, &format, &count, &after, &data)
+        if (XGetWindowProperty(display(), rootWindow(), check(), 0, 1, False, XA_WINDOW, &type,
+                &format, &count, &after, &data)
                 == Success
             && type == XA_WINDOW && count == 1)
             m_previous = *reinterpret_cast<Window *>(data);
         if (data)
             XFree(data);
-        m_window = XCreateSimpleWindow(display(), DefaultRootWindow(QtCompat::x11Display()), 0, 0, 1, 1, 0, 0, 0);
+        m_window = XCreateSimpleWindow(display(), rootWindow(), 0, 0, 1, 1, 0, 0, 0);
         XChangeProperty(display(), m_window, XInternAtom(display(), "_NET_WM_NAME", False),
             XInternAtom(display(), "UTF8_STRING", False), 8, PropModeReplace,
             reinterpret_cast<const unsigned char *>(name.constData()), name.size());
@@ -178,10 +182,10 @@ private:
     void setCheckWindow(Window window)
     {
         if (!window)
-            XDeleteProperty(display(), DefaultRootWindow(QtCompat::x11Display()), check());
+            XDeleteProperty(display(), rootWindow(), check());
         else
-            XChangeProperty(display(), DefaultRootWindow(QtCompat::x11Display()), check(), XA_WINDOW, 32,
-                PropModeReplace, reinterpret_cast<const unsigned char *>(&window), 1);
+            XChangeProperty(display(), rootWindow(), check(), XA_WINDOW, 32, PropModeReplace,
+                reinterpret_cast<const unsigned char *>(&window), 1);
         XSync(display(), False);
     }
     Window m_previous = 0, m_window = 0;

@@ -130,8 +130,8 @@ QImage drawContactSheet(
         byLabel[samples[i].label].append(i);
     }
     perLabel = std::max(1, perLabel);
-    QImage image(
-        kLabelColumn + perLabel * kCell, std::max<int>(1, labels.size()) * kCell, QImage::Format_RGB32);
+    QImage image(kLabelColumn + perLabel * kCell, std::max<int>(1, labels.size()) * kCell,
+        QImage::Format_RGB32);
     image.fill(Qt::white);
     QPainter painter(&image);
     painter.setRenderHint(QPainter::Antialiasing);
