@@ -49,7 +49,8 @@ for package in "${packages[@]}"; do
   echo "-- SONAME $soname"
   [ "$soname" = "$package.so.1" ]
   for program in "$scratch/$package-cmake/consumer" "$scratch/$package-pc"; do
-    ldd "$program" | grep -q "$package.so.1 => $libdir/$package.so.1" ||
-      { echo "$program does not load $libdir/$package.so.1:"; ldd "$program"; exit 1; }
+    loads=$(ldd "$program")
+    [[ "$loads" == *"$package.so.1 => $libdir/$package.so.1 "* ]] ||
+      { echo "$program does not load $libdir/$package.so.1:"; echo "$loads"; exit 1; }
   done
 done

@@ -5,7 +5,8 @@
 # hand-drawn scribbles. Skipped (77) when that folder is absent.
 set -euo pipefail
 ours=$1 theirs=$2 data=$3
-sets=$(find "$data" -maxdepth 1 -name '*.jsonl' 2>/dev/null | sort)
+sets=
+[ -d "$data" ] && sets=$(find "$data" -maxdepth 1 -name '*.jsonl' | sort)
 if [ -z "$sets" ]; then
   echo "no scribble sets in $data: skipped"
   exit 77
