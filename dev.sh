@@ -5,7 +5,9 @@
 #   ./dev.sh setup     install the missing Debian packages (cmake/debian-packages.txt)
 #   ./dev.sh build     configure and build (build/)
 #   ./dev.sh bench     Release build with benchmarks (build-release/), run them all
-#   ./dev.sh package   Release build, Debian packages into out/
+#   ./dev.sh package [dir]   build for /usr (build-deb/), Debian packages into out/ or dir
+#   ./dev.sh docs      API reference with Doxygen into build/docs/html
+#   ./dev.sh abi       record the binary interface of the libraries in abi/ (abidw)
 #   ./dev.sh fuzz [target] [seconds]   clang fuzz build (build-fuzz/), run one or all targets
 #   ./dev.sh mutants [subsystem] [count] [seed]   mutation check of the tests (build-mutants/)
 set -euo pipefail
@@ -14,6 +16,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 cd "$root"
 build_dir=${LIBUTILITY_BUILD_DIR:-$root/build}
 release_dir=$root/build-release
+deb_dir=$root/build-deb
 asan_dir=$root/build-asan
 fuzz_dir=$root/build-fuzz
 jobs=$(nproc 2>/dev/null || echo 2)
@@ -175,14 +178,33 @@ bench() {
   done
 }
 
+# The packages are built like Debian builds its own (optimised, -g), then stripped.
 package() {
+  local out=${1:-$root/out}
   setup
-  configure "$release_dir" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DLIBUTILITY_BUILD_TESTS=OFF
-  cmake --build "$release_dir" -j "$jobs"
-  mkdir -p "$root/out"
-  (cd "$release_dir" && cpack -G DEB -B "$root/out" >/dev/null)
-  rm -rf "$root/out/_CPack_Packages"
-  ls -1 "$root"/out/*.deb
+  configure "$deb_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr \
+    -DLIBUTILITY_BUILD_TESTS=OFF -U LIBUTILITY_SUBSYSTEMS
+  cmake --build "$deb_dir" -j "$jobs"
+  mkdir -p "$out"
+  out=$(cd "$out" && pwd)
+  rm -f "$out"/*.deb
+  (cd "$deb_dir" && cpack -G DEB -B "$out" >/dev/null)
+  rm -rf "$out/_CPack_Packages"
+  ls -1 "$out"/*.deb
+}
+
+docs() {
+  setup
+  configure "$build_dir" -U LIBUTILITY_SUBSYSTEMS -DCMAKE_BUILD_TYPE=RelWithDebInfo ${LIBUTILITY_CMAKE_ARGS:-}
+  cmake --build "$build_dir" --target docs
+  if [ -s "$build_dir/docs/warnings.log" ]; then cat "$build_dir/docs/warnings.log" >&2; fi
+  log "API reference: $build_dir/docs/html/index.html"
+}
+
+# Records the binary interface of the build (debug information needed: RelWithDebInfo).
+abi() {
+  build
+  bash "$root/tests/packaging/abi_test.sh" "$build_dir" "$root/abi" --update
 }
 
 cmd=${1:-}
@@ -193,8 +215,10 @@ case "$cmd" in
   test) run_tests ;;
   demo) demo "$@" ;;
   bench) bench "$@" ;;
-  package) package ;;
+  package) package "$@" ;;
+  docs) docs ;;
+  abi) abi ;;
   fuzz) fuzz "$@" ;;
   mutants) mutants "$@" ;;
-  *) sed -n '2,10s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  *) sed -n '2,12s/^# \{0,1\}//p' "$0"; exit 2 ;;
 esac
