@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # abi_test.sh <build dir> <baseline dir> [--update]
 # Compares the binary interface of the libraries just built with the one recorded in
-# <baseline dir> (abidw's XML, abigail-tools): the exported symbols and every type they
-# reach, less the private halves of d-pointer classes (<baseline dir>/libutility.suppr).
+# <baseline dir> (abidw's XML from abigail-tools, gzip-compressed): the exported symbols
+# and every type they reach, less the private halves of d-pointer classes
+# (<baseline dir>/libutility.suppr).
 # Added functions and types pass; a change that breaks applications built against the
 # recorded interface fails. --update records the interface anew.
 set -euo pipefail
@@ -16,17 +17,22 @@ if [ "$update" = --update ]; then
   for lib in "${libs[@]}"; do
     readelf -S "$(lib_path "$lib")" | grep -q '\.debug_info' ||
       { echo "$lib has no debug information: record from a RelWithDebInfo build"; exit 1; }
-    abidw --no-corpus-path --no-comp-dir-path --no-show-locs --out-file "$baseline/$lib.abi" "$(lib_path "$lib")"
-    echo "recorded $baseline/$lib.abi"
+    abidw --no-corpus-path --no-comp-dir-path --no-show-locs --out-file "$baseline/$lib.abi" \
+      "$(lib_path "$lib")"
+    gzip -9nf "$baseline/$lib.abi"
+    echo "recorded $baseline/$lib.abi.gz"
   done
   exit 0
 fi
 
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
 status=0
 for lib in "${libs[@]}"; do
+  gzip -dc "$baseline/$lib.abi.gz" >"$scratch/$lib.abi"
   set +e
   report=$(abidiff --suppressions "$suppr" --fail-no-debug-info \
-    "$baseline/$lib.abi" "$(lib_path "$lib")")
+    "$scratch/$lib.abi" "$(lib_path "$lib")")
   code=$?
   set -e
   # abidiff's exit code is a bit field: 1 error, 2 usage, 4 a change, 8 an incompatible one.
@@ -35,7 +41,7 @@ for lib in "${libs[@]}"; do
   # additions are left out is therefore taken as incompatible too.
   if [ $((code & 12)) -eq 4 ] &&
      ! abidiff --suppressions "$suppr" --no-added-syms \
-       "$baseline/$lib.abi" "$(lib_path "$lib")" >/dev/null; then
+       "$scratch/$lib.abi" "$(lib_path "$lib")" >/dev/null; then
     code=$((code | 8))
   fi
   if [ $((code & 3)) -ne 0 ]; then
