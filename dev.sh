@@ -45,13 +45,22 @@ setup() {
   DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
+# With ccache installed every build folder compiles through it, and the folder is left
+# out of the hash: the package build (build-deb/) compiles what the main build did with
+# the same flags, so it takes its objects from the cache instead of compiling again.
+launcher=()
+if command -v ccache >/dev/null 2>&1; then
+  export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=1
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
+
 configure() { # configure <dir> <cmake args...>
   local dir=$1 generator=Ninja; shift
   # A build folder keeps the generator it was made with.
   if [ -f "$dir/CMakeCache.txt" ]; then
     generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$dir/CMakeCache.txt")
   fi
-  cmake -S "$root" -B "$dir" -G "$generator" "$@" >/dev/null
+  cmake -S "$root" -B "$dir" -G "$generator" "${launcher[@]}" "$@" >/dev/null
 }
 
 build() {
