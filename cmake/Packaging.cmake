@@ -5,18 +5,25 @@
 #                               entry and icon, the shared-mime-info type of .ink files
 # The binaries are stripped. No -dbgsym packages: those of CPack 3.25 list absolute
 # staging paths in their md5sums and carry no copyright file (lintian errors).
-# Package names derive from LIBUTILITY_PACKAGE_BASE, their documentation folders too.
-set(LIBUTILITY_PACKAGE_BASE libutility CACHE STRING "Stem of the Debian package names")
+# Package names derive from LIBUTILITY_PACKAGE (the name of the CMake package), their
+# documentation folders too.
+if(NOT LIBUTILITY_PACKAGE)
+  set(LIBUTILITY_PACKAGE libutility)
+endif()
+if(NOT LIBUTILITY_DEBIAN_QT_DEV)
+  set(LIBUTILITY_DEBIAN_QT_DEV qtbase5-dev)
+  set(LIBUTILITY_QT_MINIMUM 5.15)
+endif()
 set(LIBUTILITY_MAINTAINER "libutility developers <libutility-devel@example.org>")
 # Debian's rule for library packages: the SONAME's major follows the name, after a
 # hyphen when the name ends in a digit.
-if(LIBUTILITY_PACKAGE_BASE MATCHES "[0-9]$")
-  set(pkg_runtime ${LIBUTILITY_PACKAGE_BASE}-${PROJECT_VERSION_MAJOR})
+if(LIBUTILITY_PACKAGE MATCHES "[0-9]$")
+  set(pkg_runtime ${LIBUTILITY_PACKAGE}-${PROJECT_VERSION_MAJOR})
 else()
-  set(pkg_runtime ${LIBUTILITY_PACKAGE_BASE}${PROJECT_VERSION_MAJOR})
+  set(pkg_runtime ${LIBUTILITY_PACKAGE}${PROJECT_VERSION_MAJOR})
 endif()
-set(pkg_dev ${LIBUTILITY_PACKAGE_BASE}-dev)
-set(pkg_tools ${LIBUTILITY_PACKAGE_BASE}-tools)
+set(pkg_dev ${LIBUTILITY_PACKAGE}-dev)
+set(pkg_tools ${LIBUTILITY_PACKAGE}-tools)
 
 # Every package carries the machine-readable copyright file and the changelog in
 # /usr/share/doc/<package>/ (gzip -n: reproducible).
@@ -32,7 +39,7 @@ foreach(component runtime dev tools)
 endforeach()
 
 set(CPACK_GENERATOR DEB)
-set(CPACK_PACKAGE_NAME ${LIBUTILITY_PACKAGE_BASE})
+set(CPACK_PACKAGE_NAME ${LIBUTILITY_PACKAGE})
 set(CPACK_PACKAGE_VENDOR "libutility developers")
 set(CPACK_PACKAGE_CONTACT ${LIBUTILITY_MAINTAINER})
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
@@ -43,9 +50,13 @@ set(CPACK_RESOURCE_FILE_LICENSE ${CMAKE_SOURCE_DIR}/LICENSE)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX ${CMAKE_INSTALL_PREFIX})
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL runtime dev tools)
+set(CPACK_COMPONENTS_ALL runtime dev)
+# The tools package comes from a build that installs the tools by default.
+if(TARGET inkrecog AND NOT LIBUTILITY_TOOLS_INSTALL)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
-set(CPACK_DEBIAN_PACKAGE_SOURCE ${LIBUTILITY_PACKAGE_BASE})
+set(CPACK_DEBIAN_PACKAGE_SOURCE ${LIBUTILITY_PACKAGE})
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_SECTION libs)
 
@@ -70,7 +81,7 @@ This package holds the shared libraries.")
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME ${pkg_dev})
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-  "${pkg_runtime} (= ${PROJECT_VERSION}), qtbase5-dev (>= 5.15), libqt5x11extras5-dev, libqt5svg5-dev")
+  "${pkg_runtime} (= ${PROJECT_VERSION}), ${LIBUTILITY_DEBIAN_QT_DEV} (>= ${LIBUTILITY_QT_MINIMUM})")
 set(CPACK_DEBIAN_DEV_DESCRIPTION
   "ink, geometry and figure recognition library for Qt - development files
 The library records, analyses and files pen input: figure recognition,
