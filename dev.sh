@@ -6,7 +6,10 @@
 #   ./dev.sh setup     install the missing Debian packages (cmake/debian-packages.txt)
 #   ./dev.sh build     configure and build (build/)
 #   ./dev.sh bench     Release build with benchmarks (build-release/), run them all
-#   ./dev.sh package   Release builds, Debian packages of both Qt flavours into out/
+#   ./dev.sh package [dir] [5|6]   builds for /usr (build-deb*/), Debian packages of both
+#                      Qt flavours (or the one given) into out/ or dir
+#   ./dev.sh docs      API reference with Doxygen into build/docs/html
+#   ./dev.sh abi       record the binary interface of the libraries in abi/ (abidw)
 #   ./dev.sh fuzz [target] [seconds]   clang fuzz build (build-fuzz/), run one or all targets
 #   ./dev.sh mutants [subsystem] [count] [seed]   mutation check of the tests (build-mutants/)
 set -euo pipefail
@@ -16,6 +19,7 @@ cd "$root"
 build_dir=${LIBUTILITY_BUILD_DIR:-$root/build}
 qt6_dir=${LIBUTILITY_QT6_BUILD_DIR:-$root/build-qt6}
 release_dir=$root/build-release
+deb_dir=$root/build-deb
 asan_dir=$root/build-asan
 fuzz_dir=$root/build-fuzz
 jobs=$(nproc 2>/dev/null || echo 2)
@@ -61,13 +65,22 @@ setup() {
   DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
 }
 
+# With ccache installed every build folder compiles through it, and the folder is left
+# out of the hash: the package build (build-deb/) compiles what the main build did with
+# the same flags, so it takes its objects from the cache instead of compiling again.
+launcher=()
+if command -v ccache >/dev/null 2>&1; then
+  export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$root} CCACHE_NOHASHDIR=1
+  launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
+fi
+
 configure() { # configure <dir> <cmake args...>
   local dir=$1 generator=Ninja; shift
   # A build folder keeps the generator it was made with.
   if [ -f "$dir/CMakeCache.txt" ]; then
     generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$dir/CMakeCache.txt")
   fi
-  cmake -S "$root" -B "$dir" -G "$generator" "$@" >/dev/null
+  cmake -S "$root" -B "$dir" -G "$generator" "${launcher[@]}" "$@" >/dev/null
 }
 
 build() {
@@ -214,28 +227,46 @@ bench() {
   done
 }
 
-# Both flavours' packages (libutility1, libutility-dev; libutility-qt6-1, libutility-qt6-dev)
-# install together: no two of them hold the same file, which is checked here.
+# Both flavours' packages (libutility1, libutility-dev, libutility-tools; libutility-qt6-1,
+# libutility-qt6-dev) install together: no two of them hold the same file, which is checked
+# here. They are built like Debian builds its own (optimised, -g), then stripped.
 package() {
+  local out=${1:-$root/out}
   setup
-  mkdir -p "$root/out"
+  mkdir -p "$out"
+  out=$(cd "$out" && pwd)
+  rm -f "$out"/*.deb
   local qt dir
-  for qt in 5 6; do
-    dir=$release_dir
-    [ "$qt" = 5 ] || dir=$release_dir-qt$qt
-    configure "$dir" -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX=/usr -DLIBUTILITY_BUILD_TESTS=OFF \
-      -DLIBUTILITY_QT="$qt"
+  for qt in ${2:-5 6}; do
+    dir=$deb_dir
+    [ "$qt" = 5 ] || dir=$deb_dir-qt$qt
+    configure "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_INSTALL_PREFIX=/usr \
+      -DLIBUTILITY_BUILD_TESTS=OFF -U LIBUTILITY_SUBSYSTEMS -DLIBUTILITY_QT="$qt"
     cmake --build "$dir" -j "$jobs"
-    (cd "$dir" && cpack -G DEB -B "$root/out" >/dev/null)
+    (cd "$dir" && cpack -G DEB -B "$out" >/dev/null)
   done
-  rm -rf "$root/out/_CPack_Packages"
+  rm -rf "$out/_CPack_Packages"
   local shared
-  shared=$(for deb in "$root"/out/*.deb; do dpkg-deb --fsys-tarfile "$deb" | tar -t | grep -v '/$'; done |
+  shared=$(for deb in "$out"/*.deb; do dpkg-deb --fsys-tarfile "$deb" | tar -t | grep -v '/$'; done |
     sort | uniq -d)
   if [ -n "$shared" ]; then
     echo "dev.sh: files in more than one package:" >&2; echo "$shared" >&2; exit 1
   fi
-  ls -1 "$root"/out/*.deb
+  ls -1 "$out"/*.deb
+}
+
+docs() {
+  setup
+  configure "$build_dir" -U LIBUTILITY_SUBSYSTEMS -DCMAKE_BUILD_TYPE=RelWithDebInfo ${LIBUTILITY_CMAKE_ARGS:-}
+  cmake --build "$build_dir" --target docs
+  if [ -s "$build_dir/docs/warnings.log" ]; then cat "$build_dir/docs/warnings.log" >&2; fi
+  log "API reference: $build_dir/docs/html/index.html"
+}
+
+# Records the binary interface of the build (debug information needed: RelWithDebInfo).
+abi() {
+  build
+  bash "$root/tests/packaging/abi_test.sh" "$build_dir" "$root/abi" --update
 }
 
 cmd=${1:-}
@@ -246,8 +277,10 @@ case "$cmd" in
   test) run_tests ;;
   demo) demo "$@" ;;
   bench) bench "$@" ;;
-  package) package ;;
+  package) package "$@" ;;
+  docs) docs ;;
+  abi) abi ;;
   fuzz) fuzz "$@" ;;
   mutants) mutants "$@" ;;
-  *) sed -n '2,10s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  *) sed -n '2,14s/^# \{0,1\}//p' "$0"; exit 2 ;;
 esac

@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Zip archives: writing (ZipFile), reading (UnzipFile) and the directory-level helpers
  * (ZipUtil, UnZipUtil, getFileNames), on top of minizip and zlib.
  *
@@ -58,7 +59,7 @@
 #include <string>
 #include <vector>
 
-/*
+/**
  * Writes a new zip archive entry by entry, copying files from disk.
  *
  * The first five members are the archive handle and the settings, in this order; the
@@ -68,53 +69,57 @@ class UTILITY_EXPORT ZipFile
 {
 public:
     ZipFile();
-    // Same as ZipFile() followed by open(path).
+    /// Same as ZipFile() followed by open(path).
     explicit ZipFile(const QString &path);
-    // Closes the archive (see close()).
+    /// Closes the archive (see close()).
     ~ZipFile();
 
     ZipFile(const ZipFile &) = delete;
     ZipFile &operator=(const ZipFile &) = delete;
 
-    // Creates a new archive at path, replacing any file there (no appending). An archive
-    // already open is closed first. True when the archive could be created.
+    /// Creates a new archive at path, replacing any file there (no appending). An archive
+    /// already open is closed first. True when the archive could be created.
     bool open(const QString &path);
 
-    // Deflate level for the following entries: 0 stores them, 1 to 9 deflate. Only 0 to 9
-    // are accepted; everything else, -1 included, is ignored, so once the level has been
-    // set the default level (-1) cannot be restored. Deliberate, kept for compatibility.
+    /// Deflate level for the following entries: 0 stores them, 1 to 9 deflate. Only 0 to 9
+    /// are accepted; everything else, -1 included, is ignored, so once the level has been
+    /// set the default level (-1) cannot be restored. Deliberate, kept for compatibility.
     void setCompressLevel(int level);
+    /// The level set last with setCompressLevel(); -1 (minizip's default) until then.
     int compressLevel() const { return m_compressLevel; }
 
-    // Size of the transfer buffer in bytes (default 16384); a negative size is ignored,
-    // 0 is allowed (transfers then use a small internal minimum).
+    /// Size of the transfer buffer in bytes (default 16384); a negative size is ignored,
+    /// 0 is allowed (transfers then use a small internal minimum).
     void setBufferSize(int size);
+    /// The transfer buffer size in bytes.
     int bufferSize() const { return m_bufferSize; }
 
-    // When not empty, the following entries are written encrypted with this password
-    // (traditional PKWARE encryption; the bytes are used as given, UTF-8 recommended).
+    /// When not empty, the following entries are written encrypted with this password
+    /// (traditional PKWARE encryption; the bytes are used as given, UTF-8 recommended).
     void setPassword(const std::string &password) { m_password = password; }
+    /// The password set last; empty for none.
     const std::string &password() const { return m_password; }
 
-    // Adds directory + '/' + entryName under the name entryName with the given comment.
-    // A directory on disk becomes a directory entry "entryName/". False when no archive
-    // is open, the file is missing or unreadable, entryName is not a safe relative name
-    // (see the file comment), the file has 4 GiB or more, or writing failed; the archive
-    // stays usable after a missing or unsafe file, not after a failed write.
+    /// Adds directory + '/' + entryName under the name entryName with the given comment.
+    /// A directory on disk becomes a directory entry "entryName/". False when no archive
+    /// is open, the file is missing or unreadable, entryName is not a safe relative name
+    /// (see the file comment), the file has 4 GiB or more, or writing failed; the archive
+    /// stays usable after a missing or unsafe file, not after a failed write.
     bool addFile(const QString &directory, const QString &entryName, const std::string &comment);
 
-    // Writes the central directory and closes the archive. True when none was open;
-    // otherwise true exactly when minizip reported success. The handle is cleared.
+    /// Writes the central directory and closes the archive. True when none was open;
+    /// otherwise true exactly when minizip reported success. The handle is cleared.
     bool close();
 
+    /// True between a successful open() and close().
     bool isOpen() const { return m_handle != nullptr; }
-    // Text of the last failure, naming the file or entry; empty after a success.
+    /// Text of the last failure, naming the file or entry; empty after a success.
     QString errorString() const;
 
 private:
     bool writeEntry(const QString &path, const QString &entryName, const std::string &comment);
 
-    void *m_handle; // minizip zipFile (a void pointer); minizip stays out of this header
+    void *m_handle; ///< minizip zipFile (a void pointer); minizip stays out of this header
     std::vector<char> m_buffer;
     int m_compressLevel;
     int m_bufferSize;
@@ -124,7 +129,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/*
+/**
  * Reads a zip archive: single entries into memory, the current entry or all entries into
  * a directory (see the file comment for the safety rules).
  *
@@ -136,68 +141,73 @@ class UTILITY_EXPORT UnzipFile
 {
 public:
     UnzipFile();
-    // Same as UnzipFile() followed by open(path).
+    /// Same as UnzipFile() followed by open(path).
     explicit UnzipFile(const QString &path);
     ~UnzipFile();
 
     UnzipFile(const UnzipFile &) = delete;
     UnzipFile &operator=(const UnzipFile &) = delete;
 
-    // Opens an archive for reading, closing one that is open. True when it could be
-    // opened; an archive with no entries opens too (with getFileNum() 0), although
-    // minizip itself refuses it. The reader is then on the first entry.
+    /// Opens an archive for reading, closing one that is open. True when it could be
+    /// opened; an archive with no entries opens too (with getFileNum() 0), although
+    /// minizip itself refuses it. The reader is then on the first entry.
     bool open(const QString &path);
 
-    // Number of entries; 0 when no archive is open.
+    /// Number of entries; 0 when no archive is open.
     int getFileNum() const;
 
-    // Moves to the first entry. False when no archive is open or it has no entries.
+    /// Moves to the first entry. False when no archive is open or it has no entries.
     bool gotoFirstFile();
-    // Moves to the next entry. False when no archive is open or there is no next entry.
+    /// Moves to the next entry. False when no archive is open or there is no next entry.
     bool gotoNextFile();
 
-    // Size of the transfer buffer in bytes (default 8192); a negative size is ignored.
-    // extractFile() changes it to the size of the entry it read (kept so for
-    // compatibility: the buffer size stays changed after the call). Extraction to disk
-    // works in pieces of 256 KiB whatever this size, in a buffer of its own.
+    /// Size of the transfer buffer in bytes (default 8192); a negative size is ignored.
+    /// extractFile() changes it to the size of the entry it read (kept so for
+    /// compatibility: the buffer size stays changed after the call). Extraction to disk
+    /// works in pieces of 256 KiB whatever this size, in a buffer of its own.
     void setBufferSize(int size);
+    /// The transfer buffer size in bytes (changed by extractFile(), see setBufferSize()).
     int bufferSize() const { return m_bufferSize; }
 
-    // Password for encrypted entries (traditional PKWARE encryption).
+    /// Password for encrypted entries (traditional PKWARE encryption).
     void setPassword(const std::string &password) { m_password = password; }
+    /// The password set last; empty for none.
     const std::string &password() const { return m_password; }
 
-    // Most bytes one extraction call may write, in memory or on disk; default 1 GiB.
-    // A value of 0 or less removes the cap.
+    /// Most bytes one extraction call may write, in memory or on disk; default 1 GiB.
+    /// A value of 0 or less removes the cap.
     void setExtractLimit(qint64 bytes);
+    /// The cap set with setExtractLimit(); 0 or less when there is none.
     qint64 extractLimit() const;
 
-    // Appends the content of the entry called name (exact, case-sensitive match) to out
-    // and makes it the current entry. False, with out unchanged, when the entry is
-    // missing, refused or damaged, or the password is missing or wrong.
+    /// Appends the content of the entry called name (exact, case-sensitive match) to out
+    /// and makes it the current entry. False, with out unchanged, when the entry is
+    /// missing, refused or damaged, or the password is missing or wrong.
     bool extractFile(const char *name, QByteArray &out);
+    /// The same as extractFile(const char *, QByteArray &), into a std::vector.
     bool extractFile(const char *name, std::vector<char> &out);
 
-    // The names of the entries that begin with prefix (byte comparison of the UTF-8
-    // name), in archive order. The walk starts at the first entry; the current entry is
-    // the same afterwards as before.
+    /// The names of the entries that begin with prefix (byte comparison of the UTF-8
+    /// name), in archive order. The walk starts at the first entry; the current entry is
+    /// the same afterwards as before.
     QStringList listAllFiles(const char *prefix);
 
-    // Writes the current entry below directory (created when missing). A directory entry
-    // creates the directory. The archive stays open and positioned on this entry
-    // whatever the result.
+    /// Writes the current entry below directory (created when missing). A directory entry
+    /// creates the directory. The archive stays open and positioned on this entry
+    /// whatever the result.
     bool extractCurrentFile(const QString &directory);
 
-    // Extracts the current entry and every one after it, in order, stopping at the first
-    // failure (false). True at once for an archive of no entries. Call on a freshly opened
-    // archive (or after gotoFirstFile()) to extract everything.
+    /// Extracts the current entry and every one after it, in order, stopping at the first
+    /// failure (false). True at once for an archive of no entries. Call on a freshly opened
+    /// archive (or after gotoFirstFile()) to extract everything.
     bool extractAll(const QString &directory);
 
-    // Closes the archive. False when none is open, otherwise true.
+    /// Closes the archive. False when none is open, otherwise true.
     bool close();
 
+    /// True between a successful open() and close().
     bool isOpen() const;
-    // Text of the last failure, naming the entry; empty after a success.
+    /// Text of the last failure, naming the entry; empty after a success.
     QString errorString() const;
 
 private:
@@ -207,15 +217,15 @@ private:
     bool extractCurrentTo(const QString &directory, qint64 &allowance);
     template <class Container> bool extractToMemory(const char *name, Container &out);
 
-    // The layout of minizip's unz_global_info, copied from it when an archive is opened;
-    // declared here so that this header does not need minizip's.
+    /// The layout of minizip's unz_global_info, copied from it when an archive is opened;
+    /// declared here so that this header does not need minizip's.
     struct GlobalInfo
     {
         unsigned long number_entry;
         unsigned long size_comment;
     };
 
-    void *m_handle; // minizip unzFile (a void pointer)
+    void *m_handle; ///< minizip unzFile (a void pointer)
     GlobalInfo m_globalInfo;
     std::vector<char> m_buffer;
     int m_bufferSize;
@@ -224,7 +234,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/*
+/**
  * Puts a directory tree into a new archive and takes one apart again.
  *
  * compress() stores names relative to the directory with '/' separators: files, empty
@@ -244,21 +254,22 @@ public:
     ZipUtil(const ZipUtil &) = delete;
     ZipUtil &operator=(const ZipUtil &) = delete;
 
-    // Deflate level for compress(): -1 (zlib's default, the initial value) or 0 to 9;
-    // other values are ignored.
+    /// Deflate level for compress(): -1 (zlib's default, the initial value) or 0 to 9;
+    /// other values are ignored.
     void setCompressLevel(int level);
-    // Password for compress() and decompress(); empty means no encryption.
+    /// Password for compress() and decompress(); empty means no encryption.
+    /// Password for encrypted entries of the archives that follow (empty: none).
     void setPassword(const std::string &password);
 
-    // The files of directory (and of its subdirectories when recursive) into a new
-    // archive at zipPath. False when the directory cannot be read, a file cannot be
-    // added (the archive is then not written) or the archive cannot be written.
+    /// The files of directory (and of its subdirectories when recursive) into a new
+    /// archive at zipPath. False when the directory cannot be read, a file cannot be
+    /// added (the archive is then not written) or the archive cannot be written.
     bool compress(const QString &directory, const QString &zipPath, bool recursive);
 
-    // Every entry of zipPath into directory (created when missing), as UnZipUtil does.
+    /// Every entry of zipPath into directory (created when missing), as UnZipUtil does.
     bool decompress(const QString &zipPath, const QString &directory);
 
-    // Text of the failures of the last call; empty after a success.
+    /// Text of the failures of the last call; empty after a success.
     QString errorString() const;
 
 private:
@@ -266,7 +277,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/*
+/**
  * Extracts whole archives with the safety rules of the file comment. Unlike
  * UnzipFile::extractAll, a refused or damaged entry does not stop the others: every
  * valid entry is extracted, the result is false when any entry failed and errors() lists
@@ -281,21 +292,22 @@ public:
     UnZipUtil(const UnZipUtil &) = delete;
     UnZipUtil &operator=(const UnZipUtil &) = delete;
 
+    /// Password for encrypted entries of the archives that follow (empty: none).
     void setPassword(const std::string &password);
-    // Cap on the bytes one extractAll() writes (default 1 GiB; 0 or less: no cap).
+    /// Cap on the bytes one extractAll() writes (default 1 GiB; 0 or less: no cap).
     void setExtractLimit(qint64 bytes);
 
-    // Every entry of zipPath into directory (created when missing).
+    /// Every entry of zipPath into directory (created when missing).
     bool extractAll(const QString &zipPath, const QString &directory);
-    // Names of the entries of zipPath in archive order; empty (with errorString()) when
-    // it cannot be read.
+    /// Names of the entries of zipPath in archive order; empty (with errorString()) when
+    /// it cannot be read.
     QStringList fileNames(const QString &zipPath);
-    // The content of one entry appended to out (see UnzipFile::extractFile).
+    /// The content of one entry appended to out (see UnzipFile::extractFile).
     bool extractFile(const QString &zipPath, const QString &entryName, QByteArray &out);
 
-    // One text per failure of the last call.
+    /// One text per failure of the last call.
     QStringList errors() const;
-    // The texts of errors() joined by newlines.
+    /// The texts of errors() joined by newlines.
     QString errorString() const;
 
 private:
@@ -303,7 +315,7 @@ private:
     std::unique_ptr<Private> d;
 };
 
-/*
+/**
  * Appends to names the files below directory (only its own files unless recursive), as
  * paths relative to directory with '/' separators, sorted, hidden files included.
  * Symbolic links to files are listed; links to directories are not followed; dangling

@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Running a piece of logic once, shortly after the event loop regains control.
  *
  *   class CSaveLater : public CDeferredLogic
@@ -14,7 +15,7 @@
 
 #include <QObject>
 
-/*
+/**
  * A self-deleting QObject: a single-shot timer armed at construction calls execute()
  * once and then deleteLater() on the object. Create it with new and let it go: the
  * creator must neither delete it nor use it after the logic has run. Deleting it
@@ -25,13 +26,13 @@ class UTILITY_EXPORT CDeferredLogic : public QObject
 {
     Q_OBJECT
 public:
-    /* Arms the timer for 10 ms. */
+    /** Arms the timer for 10 ms. */
     CDeferredLogic();
-    /* Arms the timer for delayMs milliseconds; a negative delay counts as 0. */
+    /** Arms the timer for delayMs milliseconds; a negative delay counts as 0. */
     explicit CDeferredLogic(int delayMs);
 
 protected:
-    /* The deferred logic, supplied by each subclass; called once. */
+    /** The deferred logic, supplied by each subclass; called once. */
     virtual void execute() = 0;
 
 private Q_SLOTS:

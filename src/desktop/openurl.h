@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Opening a web address, a local file or a local program the way the running desktop
  * expects it.
  */
@@ -9,7 +10,7 @@
 
 #include <QString>
 
-/*
+/**
  * Opens url, deciding in this order:
  *  1. On a KDE desktop (COsUtil::getDesktopEnvironment() == 1) the external program
  *     "openurl_externalfile", looked up on PATH, is started detached with url as its

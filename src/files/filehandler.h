@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * A registry of file handlers chosen by suffix, file name or file-dialog filter.
  *
  * A caller builds a plain QVector<CFileHandler*> of handlers (single file types, or
@@ -24,66 +25,72 @@
 
 #include <utility>
 
-/* Interface of one call taking P and returning R. */
+/** Interface of one call taking P and returning R. */
 template <class P, class R> class IFunctorP1R
 {
 public:
+    /// Makes the call.
     virtual R operator()(P) = 0;
     virtual ~IFunctorP1R() { }
 };
 
-/*
+/**
  * Wraps any callable (lambda, function pointer, std::function) behind IFunctorP1R.
  * Use makeFileFunctor() to build the functor a CFileHandlerSingle takes.
  */
 template <class P, class R, class F> class CCallableFunctor : public IFunctorP1R<P, R>
 {
 public:
+    /// Keeps a copy of callable (moved in).
     explicit CCallableFunctor(F callable)
         : m_callable(std::move(callable))
     { }
+    /// Calls the callable with value and returns its result.
     R operator()(P value) override { return m_callable(value); }
 
 private:
     F m_callable;
 };
 
-/* A new functor for a file handler; the handler that receives it owns it. */
+/** A new functor for a file handler; the handler that receives it owns it. */
 template <class F> IFunctorP1R<const QString &, bool> *makeFileFunctor(F callable)
 {
     return new CCallableFunctor<const QString &, bool, F>(std::move(callable));
 }
 
+/// A file handler: one file type (CFileHandlerSingle) or a named group of them
+/// (CFileHandlerGroup). The static operations work on a caller's list of handlers.
 class UTILITY_EXPORT CFileHandler
 {
 public:
+    /// How a group lists itself in a file-dialog filter.
     enum EGroupListingMethod {
-        eGroupAndMembers = 0, // the group's entry, then one entry per member
-        eGroupOnly = 1 // only the group's combined entry
+        eGroupAndMembers = 0, ///< the group's entry, then one entry per member
+        eGroupOnly = 1 ///< only the group's combined entry
     };
 
-    /* The handler in this subtree that handles the suffix (".png"; any case), or null. */
+    /** The handler in this subtree that handles the suffix (".png"; any case), or null. */
     virtual CFileHandler *handlesSuffix(const QString &suffix) = 0;
-    /* The single handler in this subtree with that name (any case), or null. */
+    /** The single handler in this subtree with that name (any case), or null. */
     virtual CFileHandler *getHandlerByName(const QString &name) = 0;
-    /* This handler's file-dialog filter text, rebuilt (and translated) on every call. */
+    /** This handler's file-dialog filter text, rebuilt (and translated) on every call. */
     virtual QString getFilter() = 0;
-    /* All suffixes handled, each with its leading dot. */
+    /** All suffixes handled, each with its leading dot. */
     virtual QStringList getSuffixes() const = 0;
-    /* A single handler's suffixes run together (".jpg.jpeg"); empty for a group. */
+    /** A single handler's suffixes run together (".jpg.jpeg"); empty for a group. */
     virtual QString getSuffix() = 0;
-    /* Performs the action for the file; false when it failed or nothing handles it. */
+    /** Performs the action for the file; false when it failed or nothing handles it. */
     virtual bool exec(const QString &fileName) const = 0;
     virtual ~CFileHandler();
 
     /* Static operations on a caller's list; null entries in the list are skipped. */
 
-    /* First handler in the list (groups searched) with that name, or null. */
+    /** First handler in the list (groups searched) with that name, or null. */
     static CFileHandler *getHandlerByName(const QVector<CFileHandler *> &list, const QString &name);
-    /* First handler in the list that handles the suffix (with its dot), or null. */
+    /** First handler in the list that handles the suffix (with its dot), or null. */
     static CFileHandler *getHandlerForSuffix(
         const QVector<CFileHandler *> &list, const QString &suffix);
-    /*
+    /**
      * The handler for one entry of a filter list as a file dialog returns it
      * ("PNG image (*.png)"). Only the patterns inside the last parentheses count; when
      * there are several, a warning is logged and the first one decides. Text without
@@ -91,25 +98,25 @@ public:
      */
     static CFileHandler *getHandlerForFilter(
         const QVector<CFileHandler *> &list, const QString &filter);
-    /*
+    /**
      * The handler for a file by its last suffix ("a.tar.gz" looks for ".gz"). A name
      * without a dot logs a warning and gives null.
      */
     static CFileHandler *getHandlerForFile(
         const QVector<CFileHandler *> &list, const QString &fileName);
-    /* Runs the handler for the file; false when there is none. */
+    /** Runs the handler for the file; false when there is none. */
     static bool exec(const QVector<CFileHandler *> &list, const QString &fileName);
-    /* The filter entries of the list joined by ";;"; empty for an empty list. */
+    /** The filter entries of the list joined by ";;"; empty for an empty list. */
     static QString filtersToString(const QVector<CFileHandler *> &list);
-    /* Deletes every handler of the list and empties it. */
+    /** Deletes every handler of the list and empties it. */
     static void destroy(QVector<CFileHandler *> &list);
 };
 
-/* One file type: a description, its suffixes and the action that opens such a file. */
+/** One file type: a description, its suffixes and the action that opens such a file. */
 class UTILITY_EXPORT CFileHandlerSingle : public CFileHandler
 {
 public:
-    /*
+    /**
      * `suffixes` holds the suffixes with their dots, separated by single blanks
      * (".jpg .jpeg"); two blanks in a row give an empty suffix. The handler owns
      * `functor` (may be null: exec then returns false). `context`, when not null, is
@@ -137,32 +144,32 @@ private:
     const char *m_context;
 };
 
-/*
+/**
  * A named group of handlers, listed in a filter as one entry for all the members'
  * suffixes (and, with eGroupAndMembers, one entry per member after it).
  */
 class UTILITY_EXPORT CFileHandlerGroup : public CFileHandler
 {
 public:
-    /* Starts with no members; `context` as for CFileHandlerSingle. */
+    /** Starts with no members; `context` as for CFileHandlerSingle. */
     CFileHandlerGroup(const QString &name, CFileHandler::EGroupListingMethod method,
         const char *context = nullptr);
-    /* Deletes the members. */
+    /** Deletes the members. */
     ~CFileHandlerGroup() override;
 
-    /* Appends a member; the group takes ownership. A null pointer is ignored. */
+    /** Appends a member; the group takes ownership. A null pointer is ignored. */
     void addHandler(CFileHandler *handler);
 
     CFileHandler *handlesSuffix(const QString &suffix) override;
-    /* Asks the members only: the group's own name is not compared. */
+    /** Asks the members only: the group's own name is not compared. */
     CFileHandler *getHandlerByName(const QString &name) override;
     QString getFilter() override;
     QStringList getSuffixes() const override;
     QString getSuffix() override;
-    /* Runs the first member that handles the file's last suffix. */
+    /** Runs the first member that handles the file's last suffix. */
     bool exec(const QString &fileName) const override;
 
-    /* The members, owned by the group; callers may append to it directly. */
+    /** The members, owned by the group; callers may append to it directly. */
     QVector<CFileHandler *> m_handlers;
 
 private:

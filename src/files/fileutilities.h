@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Static file helpers: copying with permissions, moving to the desktop trash, unique
  * and safe file names, free disk space and CRC-based file comparison.
  *
@@ -18,16 +19,18 @@
 #include <QString>
 #include <QtGlobal>
 
+/// Static file helpers (see the file comment); nothing to construct.
 class UTILITY_EXPORT CFileUtilities
 {
 public:
+    /// Result of comparing two files.
     enum ECompareResult {
-        eCompareFailed = -1, // a file could not be read; see errorString
-        eFilesEqual = 0, // same size and same CRC-32
-        eFilesDiffer = 1 // different size, or same size and different CRC-32
+        eCompareFailed = -1, ///< a file could not be read; see errorString
+        eFilesEqual = 0, ///< same size and same CRC-32
+        eFilesDiffer = 1 ///< different size, or same size and different CRC-32
     };
 
-    /*
+    /**
      * Copies the regular file `source` to the file path `destination`, giving the copy
      * the source's permission bits (including set-id and sticky bits where the
      * system allows) and its access and modification times. Ownership is not copied.
@@ -42,7 +45,7 @@ public:
     static bool copyFile(const QString &source, const QString &destination, bool overwrite = false,
         QString *errorString = nullptr);
 
-    /*
+    /**
      * Moves a file, symlink (the link itself) or directory to the user's trash, the
      * way desktop file managers do (the freedesktop.org trash layout, version 1.0), so they
      * list it and can restore it:
@@ -66,7 +69,7 @@ public:
     static bool moveToTrash(
         const QString &path, QString *trashedPath = nullptr, QString *errorString = nullptr);
 
-    /*
+    /**
      * A file name, not an existing entry of `directory` (symlinks, even broken ones,
      * count as existing), derived from `fileName`: the name itself when free, else
      * "name (2).ext", "name (3).ext"... A name that already ends in " (N)" counts on
@@ -77,7 +80,7 @@ public:
      */
     static QString uniqueFileName(const QString &directory, const QString &fileName);
 
-    /*
+    /**
      * A file name made from arbitrary text (a title, a URL part): path separators
      * ("/" and "\\") and control characters become "_", blanks at both ends are
      * trimmed, the reserved names "." and ".." and the device names of other systems
@@ -87,20 +90,20 @@ public:
      */
     static QString safeFileName(const QString &text);
 
-    /*
+    /**
      * Bytes available to the calling user on the volume holding `path` (which must
      * exist; a file or a directory), or -1 on failure.
      */
     static qint64 freeDiskSpace(const QString &path, QString *errorString = nullptr);
 
-    /*
+    /**
      * CRC-32 (zlib's polynomial) of a file's contents, read in blocks. Sets `ok`
      * (when not null) to whether the file could be read; returns 0 on failure.
      */
     static quint32 fileCrc32(
         const QString &path, bool *ok = nullptr, QString *errorString = nullptr);
 
-    /*
+    /**
      * Compares two files by size first and, when the sizes match, by CRC-32 of their
      * contents. Equal means equal with CRC-32 certainty (collisions are possible in
      * principle). eCompareFailed when either file is missing, unreadable or not a

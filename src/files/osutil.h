@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Small helpers that talk to the operating system and the X11 desktop directly.
  *
  * None of them throws or logs. chmod and chown failures are ignored on purpose (callers
@@ -13,10 +14,11 @@
 
 #include <QString>
 
+/// Static helpers that talk to the operating system and the X11 desktop.
 class UTILITY_EXPORT COsUtil
 {
 public:
-    /*
+    /**
      * A POSIX mode bit mask, handed to chmod unchanged. Combine the named bits with |
      * (the operator below keeps the type); any other mode value can be passed as
      * COsUtil::ePermissionMask(mode).
@@ -35,33 +37,33 @@ public:
         eOthersWrite = 02,
         eOthersExecute = 01,
         eOthersAll = 07,
-        eAllPermissions = 0777 // 0x1ff, what the variant serialiser hands out
+        eAllPermissions = 0777 ///< 0x1ff, what the variant serialiser hands out
     };
 
-    /* Codes returned by getDesktopEnvironment(). */
+    /** Codes returned by getDesktopEnvironment(). */
     enum EDesktopEnvironment { eUnknownDesktop = -1, eGnomeDesktop = 0, eKdeDesktop = 1 };
 
-    /*
+    /**
      * Removes a file, or a directory when it is empty (through its parent's rmdir).
      * A non-empty directory is left in place; a symlink is removed as a link, even
      * when it points at a directory. Returns whether the removal succeeded.
      */
     static bool removePath(const QString &path);
 
-    /*
+    /**
      * chmod(path, mask); chmod's result is ignored. Paths reach the system in the
      * local 8-bit file name encoding (QFile::encodeName): plain ASCII for ASCII
      * paths, and non-ASCII names still name the right file.
      */
     static void setPermissions(const QString &path, ePermissionMask mask);
 
-    /*
+    /**
      * chown(path, uid, gid); -1 stands for the calling process's uid (gid). Always
      * returns true, whatever chown reports. Symlinks are followed (chown, not lchown).
      */
     static bool setOwners(const QString &path, int uid, int gid);
 
-    /*
+    /**
      * chown of a directory and, when recursive, of every file and subdirectory under
      * it (hidden entries included). An empty path returns true at once; -1 stands for
      * the caller's uid (gid). Symbolic links met inside the tree are changed
@@ -73,7 +75,7 @@ public:
      */
     static bool setOwnertoDirectory(const QString &path, int uid, int gid, bool recursive);
 
-    /*
+    /**
      * Recognises the running desktop from the X display the application uses:
      * 0 (eGnomeDesktop), 1 (eKdeDesktop) or -1 (eUnknownDesktop, also when there is
      * no X display). The window manager's own name decides first ("KWin" or
@@ -84,6 +86,7 @@ public:
     static int getDesktopEnvironment();
 };
 
+/// Combines two permission masks.
 inline COsUtil::ePermissionMask operator|(COsUtil::ePermissionMask a, COsUtil::ePermissionMask b)
 {
     return COsUtil::ePermissionMask(static_cast<unsigned int>(a) | static_cast<unsigned int>(b));

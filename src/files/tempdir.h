@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * A scratch directory created under a given parent and removed again when the object
  * is destroyed.
  *
@@ -15,31 +16,33 @@
 #include <QDir>
 #include <QString>
 
+/// A scratch directory that lives as long as the object (see the file comment).
 class UTILITY_EXPORT CTempDir
 {
 public:
-    /*
+    /**
      * Creates the directory `name` inside `parentDir`, or reuses it when it already
      * exists there, and enters it. When neither works (missing parent, no permission,
      * a file of that name) the object is simply not valid.
      */
     CTempDir(const QString &parentDir, const QString &name);
 
-    /* When valid: empty(), then removes the directory if nothing is left in it. */
+    /** When valid: empty(), then removes the directory if nothing is left in it. */
     ~CTempDir();
 
     CTempDir(const CTempDir &) = delete;
     CTempDir &operator=(const CTempDir &) = delete;
 
+    /// True when the directory was created (and not removed since).
     bool isValid() const;
 
-    /*
+    /**
      * Removes the files (hidden and special files included) whose names contain a dot.
      * Does nothing on an object that is not valid, so it never touches the parent.
      */
     void empty();
 
-    /* Absolute path of the directory; empty when not valid. */
+    /** Absolute path of the directory; empty when not valid. */
     QString path() const;
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Stroke measurement, segmentation and smoothing.
  *
  * A stroke is a QVector<QPointF> in drawing order. The segmentation is a recursive
@@ -26,72 +27,75 @@
 #include <QPointF>
 #include <QVector>
 
-// One piece of a stroke: the indexes of its first and last point (the next piece starts
-// at this piece's end) and whether it may still be split. Pieces are kept in stroke
-// order and cover the stroke without gaps.
+/// One piece of a stroke: the indexes of its first and last point (the next piece starts
+/// at this piece's end) and whether it may still be split. Pieces are kept in stroke
+/// order and cover the stroke without gaps.
 struct SegmentIndex
 {
+    /// Index of the piece's first point.
     int start;
+    /// Index of the piece's last point (the next piece's first).
     int end;
+    /// True while the piece may still be split.
     bool divisible;
 };
 Q_DECLARE_TYPEINFO(SegmentIndex, Q_PRIMITIVE_TYPE);
 
 namespace Util {
 
-// lengths[i] = distance of points[i] and points[i + 1]; n - 1 entries, none for fewer
-// than two points. lengths is replaced.
+/// lengths[i] = distance of points[i] and points[i + 1]; n - 1 entries, none for fewer
+/// than two points. lengths is replaced.
 UTILITY_EXPORT void calcAdjacentLength(const QVector<QPointF> &points, QVector<double> &lengths);
-// Fills lengths as calcAdjacentLength and returns their sum (0.0 when there are none).
+/// Fills lengths as calcAdjacentLength and returns their sum (0.0 when there are none).
 UTILITY_EXPORT double calcStrokeLength(const QVector<QPointF> &points, QVector<double> &lengths);
-// Arc length of the stroke.
+/// Arc length of the stroke.
 UTILITY_EXPORT double calcStrokeLength(const QVector<QPointF> &points);
 
-// The smoothing pipeline: thins the stroke to points more than 3.0 units of travel apart
-// (keeping both ends, and the far point of a closed stroke), filters zigzag noise and
-// divides the rest with divideStrokeToSegments(ratio). out is replaced by the first point
-// followed by the end point of every piece. An empty stroke gives an empty out.
+/// The smoothing pipeline: thins the stroke to points more than 3.0 units of travel apart
+/// (keeping both ends, and the far point of a closed stroke), filters zigzag noise and
+/// divides the rest with divideStrokeToSegments(ratio). out is replaced by the first point
+/// followed by the end point of every piece. An empty stroke gives an empty out.
 UTILITY_EXPORT void getSmoothPoints(
     const QVector<QPointF> &points, QVector<QPointF> &out, double ratio);
-// Mean of points[from .. to], both included. A negative from is raised to 0; a negative
-// to means the last point; a to beyond the last point is lowered to it. (0, 0) when the
-// run is empty after that (to < from, or no points).
+/// Mean of points[from .. to], both included. A negative from is raised to 0; a negative
+/// to means the last point; a to beyond the last point is lowered to it. (0, 0) when the
+/// run is empty after that (to < from, or no points).
 UTILITY_EXPORT QPointF getAveragePoint(const QVector<QPointF> &points, int from, int to);
 
 } // namespace Util
 
-// Divides the stroke into nearly straight pieces; segments is replaced. A piece is split
-// at its farthest interior point while that distance exceeds chord length * ratio. A
-// stroke of fewer than two points gives the single piece {0, n - 1} (so {0, -1} for an
-// empty stroke). The split is bounded: every split makes both halves shorter.
+/// Divides the stroke into nearly straight pieces; segments is replaced. A piece is split
+/// at its farthest interior point while that distance exceeds chord length * ratio. A
+/// stroke of fewer than two points gives the single piece {0, n - 1} (so {0, -1} for an
+/// empty stroke). The split is bounded: every split makes both halves shorter.
 UTILITY_EXPORT void divideStrokeToSegments(
     const QVector<QPointF> &points, QVector<SegmentIndex> &segments, double ratio);
-// One splitting pass over segments, from the last piece to the first; pieces created in
-// the pass are examined only in the next one. lengths are the step lengths of the stroke
-// (calcAdjacentLength) and totalLength their sum. Pieces whose indexes do not fit the
-// stroke are left as they are.
+/// One splitting pass over segments, from the last piece to the first; pieces created in
+/// the pass are examined only in the next one. lengths are the step lengths of the stroke
+/// (calcAdjacentLength) and totalLength their sum. Pieces whose indexes do not fit the
+/// stroke are left as they are.
 UTILITY_EXPORT void divideRuggedSegment(const QVector<QPointF> &points,
     const QVector<double> &lengths, QVector<SegmentIndex> &segments, double totalLength,
     double ratio);
-// Largest distance of the points strictly between first and last from the segment
-// points[first]-points[last]; -1.0 when there is no point between them (or the indexes
-// do not fit the stroke).
+/// Largest distance of the points strictly between first and last from the segment
+/// points[first]-points[last]; -1.0 when there is no point between them (or the indexes
+/// do not fit the stroke).
 UTILITY_EXPORT double getDistanceToDividePoint(const QVector<QPointF> &points, int first, int last);
 
-// Thinning by travelled distance: out is replaced by the points at which the travel since
-// the last kept point exceeds minTravel (strictly), plus always the first and last point
-// and, for a stroke whose ends are closer than minTravel, the point farthest from its
-// start. Empty input gives empty output.
+/// Thinning by travelled distance: out is replaced by the points at which the travel since
+/// the last kept point exceeds minTravel (strictly), plus always the first and last point
+/// and, for a stroke whose ends are closer than minTravel, the point farthest from its
+/// start. Empty input gives empty output.
 UTILITY_EXPORT void copyMovingPoints(
     const QVector<QPointF> &points, QVector<QPointF> &out, double minTravel);
-// Zigzag filter, in place. Its middle turn test compares a step with itself and is always
-// 0 for finite coordinates, so every finite stroke is left unchanged; kept that way on
-// purpose (only coordinates that make a cross product NaN can remove a point).
+/// Zigzag filter, in place. Its middle turn test compares a step with itself and is always
+/// 0 for finite coordinates, so every finite stroke is left unchanged; kept that way on
+/// purpose (only coordinates that make a cross product NaN can remove a point).
 UTILITY_EXPORT void removeNoise(QVector<QPointF> &points);
-// Collapses three-step loops, in place: walking back from the end, where the step
-// points[i]->points[i-1] crosses points[i-2]->points[i-3] (end points included),
-// points[i-1] becomes the crossing and points[i-2] is dropped. Fewer than four points are
-// left unchanged.
+/// Collapses three-step loops, in place: walking back from the end, where the step
+/// points[i]->points[i-1] crosses points[i-2]->points[i-3] (end points included),
+/// points[i-1] becomes the crossing and points[i-2] is dropped. Fewer than four points are
+/// left unchanged.
 UTILITY_EXPORT void removeCrossNoise(QVector<QPointF> &points);
 
 #endif

@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Colour swatches for colour pickers and pen menus.
  *
  * A swatch is the colour filling a rectangle, drawn over a light checkerboard when the
@@ -26,11 +27,13 @@ struct CSwatchStyle
     int checkerSize = 4;                  ///< side of one checkerboard square
 };
 
+/// Colour swatches as images, icons and painted areas (see the file comment).
 class UTILITY_EXPORT CColourSwatch
 {
 public:
     /// The two colours of the checkerboard shown behind translucent colours.
     static QColor checkerLight();
+    /// The dark colour of that checkerboard.
     static QColor checkerDark();
 
     /// The swatch as an image (ARGB32 premultiplied) of size × devicePixelRatio pixels.

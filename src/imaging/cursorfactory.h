@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Cursors for pen tools.
  *
  * The pen cursor is a circle of the pen's width: a black ring inside a white ring, so
@@ -19,17 +20,21 @@
 #include <QPixmap>
 #include <QPoint>
 
+/// Cursors for pen tools (see the file comment).
 class UTILITY_EXPORT CCursorFactory
 {
 public:
+    /// Largest side of a cursor picture, in pixels.
     static constexpr int cMaxCursorSize = 128;
 
     /// The picture of the pen cursor (width clamped as above).
     static QPixmap penPixmap(int width, const QColor &colour);
+    /// The pen cursor: penPixmap() with its hotspot in the middle.
     static QCursor penCursor(int width, const QColor &colour);
 
     /// The picture of the eraser cursor of side size (clamped to 4 .. 128).
     static QPixmap eraserPixmap(int size);
+    /// The eraser cursor: eraserPixmap() with its hotspot in the middle.
     static QCursor eraserCursor(int size);
 
     /// A cursor from any pixmap; the hotspot is clamped into it.

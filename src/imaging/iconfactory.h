@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Toolbar icons composed from a base pixmap and overlays.
  *
  * An icon is built for a list of sizes (by default the usual toolbar sizes 16, 22, 24,
@@ -33,12 +34,17 @@ class QPainter;
 class UTILITY_EXPORT CIconOverlay
 {
 public:
+    /// What an overlay draws: a small pixmap in a corner, a text, or a bar of colour.
     enum EKind { eBadge, eText, eColourBar };
 
+    /// A pixmap drawn small in one corner of the icon.
     static CIconOverlay badge(const QPixmap &pixmap, Qt::Corner corner = Qt::BottomRightCorner);
+    /// A short text drawn across the icon in colour.
     static CIconOverlay text(const QString &text, const QColor &colour = Qt::black);
+    /// A bar of colour along the bottom of the icon (a pen's current colour).
     static CIconOverlay colourBar(const QColor &colour);
 
+    /// What this overlay draws.
     EKind kind() const { return m_kind; }
 
     /// Draws the overlay into the square icon area (device-independent pixels).
@@ -54,6 +60,7 @@ private:
     Qt::Corner m_corner = Qt::BottomRightCorner;
 };
 
+/// Composes toolbar icons from a base pixmap and overlays (see the file comment).
 class UTILITY_EXPORT CIconFactory
 {
 public:

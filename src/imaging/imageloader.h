@@ -1,8 +1,9 @@
-/*
+/**
+ * \file
  * Loading images from raster, SVG and Windows metafile sources through one entry point.
  *
  * The loader looks at the content, not the file name: SVG (an XML document whose root
- * is <svg>, possibly gzip-compressed), Windows metafiles (placeable or plain WMF
+ * is `<svg>`, possibly gzip-compressed), Windows metafiles (placeable or plain WMF
  * headers), and everything QImageReader recognises from its content (PNG, JPEG, GIF,
  * BMP, ...). Raster images are decoded by Qt's image plugins, SVG is rendered with Qt
  * SVG, and WMF is converted by libwmf to SVG and rendered the same way.
@@ -33,9 +34,12 @@
 
 #include <memory>
 
+/// Loads raster, SVG and Windows metafile images through one entry point, within
+/// limits of size and area (see the file comment).
 class UTILITY_EXPORT CImageLoader
 {
 public:
+    /// The kinds of source the loader tells apart.
     enum EFormat { eUnknown, eRaster, eSvg, eWmf };
 
     CImageLoader();
@@ -52,16 +56,20 @@ public:
     bool loadData(const QByteArray &data, QImage &image, const QSize &requestedSize = QSize(),
                   const QString &name = QString());
 
+    /// Text of the last failure, naming the source; empty after a success.
     QString errorString() const;
 
     /// Largest width and height accepted (default 16384 × 16384).
     QSize maximumSize() const;
+    /// Sets the largest width and height accepted.
     void setMaximumSize(const QSize &size);
     /// Largest area accepted in pixels (default 64 Mi pixels, 256 MiB as ARGB32).
     qint64 maximumPixels() const;
+    /// Sets the largest area accepted in pixels.
     void setMaximumPixels(qint64 pixels);
     /// Largest file read (default 64 MiB).
     qint64 maximumFileSize() const;
+    /// Sets the largest file read, in bytes.
     void setMaximumFileSize(qint64 bytes);
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * \class CAngle
  * CAngle: a direction angle in radians, kept within one turn.
  *
  * Every operation that sets the value folds it into [0, 2π], both ends included:
@@ -26,13 +27,18 @@ public:
     CAngle() = default;
     /// radians, folded into [0, 2π].
     CAngle(double radians);
+    /// Copies the value.
     CAngle(const CAngle &) = default;
+    /// Copies the value.
     CAngle &operator=(const CAngle &) = default;
 
     /// The stored radians, within [0, 2π].
     double getAngle() const { return m_angle; }
+    /// Sets the value to radians, folded into [0, 2π].
     void setAngle(double radians);
+    /// Adds radians, then folds the sum into [0, 2π].
     void addAngle(double radians);
+    /// Subtracts radians, then folds the difference into [0, 2π].
     void subAngle(double radians);
 
     /// Util::isEqual(this value, other's value, 0.0): relative to this value.
@@ -40,7 +46,9 @@ public:
     /// Util::isEqual(radians, this value, 0.0): relative to radians.
     bool approximatelyEqualTo(double radians) const;
 
+    /// Radians to degrees.
     static double radToDeg(double radians) { return radians * 57.29577951308232; }
+    /// Degrees to radians.
     static double degToRad(double degrees) { return degrees * 0.017453292519943295; }
 
     /// Folds the stored value into [0, 2π] (see the class comment).

@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * The ink binary format: binaryRead decodes one value from a stream, binaryWrite
  * encodes one. Strokes and scribbles are stored with these (CStroke::readFrom,
  * CScribble::readFrom and their writeTo), and applications keep their other values in
@@ -78,6 +79,10 @@ class QPointF;
 class QSize;
 class QString;
 
+/// \name Reading
+/// Each reads the stored form of one value (see the file comment) from in into value.
+/** @{ */
+/// Reads one value of the type's stored form (see the file comment) from in into value.
 UTILITY_EXPORT void binaryRead(std::istream &in, signed char &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, char &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, unsigned char &value);
@@ -101,7 +106,12 @@ UTILITY_EXPORT void binaryRead(std::istream &in, QColor &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, std::string &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QString &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QDateTime &value);
+/** @} */
 
+/// \name Writing
+/// Each writes the stored form of value (see the file comment) to out.
+/** @{ */
+/// Writes the stored form of value (see the file comment) to out.
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const signed char &value);
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const char &value);
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const unsigned char &value);
@@ -123,6 +133,7 @@ UTILITY_EXPORT void binaryWrite(std::ostream &out, const QColor &value);
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const std::string &value);
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const QString &value);
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const QDateTime &value);
+/** @} */
 /// Pointers have no stored form; this also stops a string literal from being
 /// written as a bool.
 template <class T> void binaryWrite(std::ostream &out, T *value) = delete;
@@ -132,9 +143,9 @@ template <class T> void binaryWrite(std::ostream &out, T *value) = delete;
 
 namespace ink_detail {
 
-// Reaches the get area of any stream buffer. Naming the protected members through a
-// derived class yields pointers to members of std::streambuf itself, which may then be
-// applied to any std::streambuf. Never instantiated.
+/// Reaches the get area of any stream buffer. Naming the protected members through a
+/// derived class yields pointers to members of std::streambuf itself, which may then be
+/// applied to any std::streambuf. Never instantiated.
 struct BufferAccess : std::streambuf
 {
     static char *readPos(std::streambuf *sb) { return (sb->*&BufferAccess::gptr)(); }
@@ -142,11 +153,11 @@ struct BufferAccess : std::streambuf
     static void readAdvance(std::streambuf *sb, int n) { (sb->*&BufferAccess::gbump)(n); }
 };
 
-// True when in.read(buf, n) would do no more than copy n bytes out of the stream's
-// buffer: the stream is good (so it has a buffer: basic_ios sets badbit when it has
-// none), no tied stream waits to be flushed, and the get area holds n bytes (an empty
-// one has both pointers null). Otherwise the caller reads through std::istream::read,
-// which flushes the tied stream, refills the buffer and sets eofbit and failbit.
+/// True when in.read(buf, n) would do no more than copy n bytes out of the stream's
+/// buffer: the stream is good (so it has a buffer: basic_ios sets badbit when it has
+/// none), no tied stream waits to be flushed, and the get area holds n bytes (an empty
+/// one has both pointers null). Otherwise the caller reads through std::istream::read,
+/// which flushes the tied stream, refills the buffer and sets eofbit and failbit.
 inline bool bufferHolds(std::istream &in, std::streamsize n)
 {
     if (in.rdstate() != std::ios_base::goodbit || in.tie())
@@ -155,8 +166,8 @@ inline bool bufferHolds(std::istream &in, std::streamsize n)
     return BufferAccess::readEnd(sb) - BufferAccess::readPos(sb) >= n;
 }
 
-// Consumes n bytes that bufferHolds(in, n) has vouched for and returns where they are.
-// Unlike istream::read this leaves gcount() as it was.
+/// Consumes n bytes that bufferHolds(in, n) has vouched for and returns where they are.
+/// Unlike istream::read this leaves gcount() as it was.
 inline const char *takeBuffered(std::istream &in, int n)
 {
     std::streambuf *sb = in.rdbuf();
@@ -165,15 +176,15 @@ inline const char *takeBuffered(std::istream &in, int n)
     return at;
 }
 
-// The general point reader: any stream state, short reads, the trace lines.
+/// The general point reader: any stream state, short reads, the trace lines.
 UTILITY_EXPORT void readPointOutOfLine(std::istream &in, QPoint &value);
 
 } // namespace ink_detail
 
-// Decoding a run of points used to cost several times the copy of their bytes, most of
-// it in the call into the library per point. Inline, the common case (tracing off, the
-// bytes already buffered) is a handful of loads and two stores in the caller's loop;
-// everything else, and every trace line, stays in the library.
+/// Decoding a run of points used to cost several times the copy of their bytes, most of
+/// it in the call into the library per point. Inline, the common case (tracing off, the
+/// bytes already buffered) is a handful of loads and two stores in the caller's loop;
+/// everything else, and every trace line, stays in the library.
 inline void binaryRead(std::istream &in, QPoint &value)
 {
     if (Q_LIKELY(!basic_logging::traceEnabled() && ink_detail::bufferHolds(in, 8))) {

@@ -1,4 +1,5 @@
-/*
+/**
+ * \class CException
  * CException: an error object carrying a message and an error code, for
  * applications that report failures by throwing. The library itself never throws it;
  * its own operations report through return values.
@@ -17,10 +18,12 @@
 class UTILITY_EXPORT CException
 {
 public:
+    /// An exception with a message and an application-defined error code.
     CException(const QString &message, int errorCode);
 
     /// A copy of the message.
     QString message() const;
+    /// The error code given at construction.
     int errorCode() const;
 
 private:

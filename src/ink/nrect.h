@@ -1,4 +1,5 @@
-/*
+/**
+ * \class CNRect
  * CNRect: the integer rectangle of the ink model (stroke and scribble bounds, hit
  * tests, placement).
  *
@@ -35,9 +36,11 @@ public:
     CNRect(const QPoint &topLeft, const QPoint &bottomRight)
         : QRect(topLeft, QPoint(inside(bottomRight.x()), inside(bottomRight.y())))
     { }
+    /// From a top-left corner and a size.
     CNRect(const QPoint &topLeft, const QSize &size)
         : QRect(topLeft, size)
     { }
+    /// From the left and top edges, width and height.
     CNRect(int x, int y, int width, int height)
         : QRect(x, y, width, height)
     { }
@@ -66,18 +69,25 @@ public:
     int right() const { return outside(QRect::right()); }
     /// Exclusive bottom edge: the first row outside.
     int bottom() const { return outside(QRect::bottom()); }
+    /// (right(), bottom()): the exclusive corner.
     QPoint bottomRight() const { return QPoint(right(), bottom()); }
+    /// (right(), top()), with the exclusive right edge.
     QPoint topRight() const { return QPoint(right(), top()); }
+    /// (left(), bottom()), with the exclusive bottom edge.
     QPoint bottomLeft() const { return QPoint(left(), bottom()); }
 
     /// Sets the exclusive right edge; the left edge stays.
     void setRight(int r) { QRect::setRight(inside(r)); }
+    /// Sets the exclusive bottom edge; the top edge stays.
     void setBottom(int b) { QRect::setBottom(inside(b)); }
+    /// Sets the exclusive right and bottom edges; left and top stay.
     void setBottomRight(const QPoint &p)
     {
         QRect::setBottomRight(QPoint(inside(p.x()), inside(p.y())));
     }
+    /// Sets the exclusive right edge and the top edge.
     void setTopRight(const QPoint &p) { QRect::setTopRight(QPoint(inside(p.x()), p.y())); }
+    /// Sets the left edge and the exclusive bottom edge.
     void setBottomLeft(const QPoint &p) { QRect::setBottomLeft(QPoint(p.x(), inside(p.y()))); }
     /// Sets left, top and the exclusive right and bottom edges.
     void setCoords(int x1, int y1, int x2, int y2)
@@ -93,12 +103,16 @@ public:
 
     /// Moves the rectangle, keeping its size, so that its exclusive right edge is r.
     void moveRight(int r) { QRect::moveRight(inside(r)); }
+    /// Moves the rectangle, keeping its size, so that its exclusive bottom edge is b.
     void moveBottom(int b) { QRect::moveBottom(inside(b)); }
+    /// Moves the rectangle, keeping its size, so that bottomRight() is p.
     void moveBottomRight(const QPoint &p)
     {
         QRect::moveBottomRight(QPoint(inside(p.x()), inside(p.y())));
     }
+    /// Moves the rectangle, keeping its size, so that topRight() is p.
     void moveTopRight(const QPoint &p) { QRect::moveTopRight(QPoint(inside(p.x()), p.y())); }
+    /// Moves the rectangle, keeping its size, so that bottomLeft() is p.
     void moveBottomLeft(const QPoint &p) { QRect::moveBottomLeft(QPoint(p.x(), inside(p.y()))); }
     /// Shifts the rectangle so that center() becomes p.
     void moveCenter(const QPoint &p) { translate(p - center()); }
@@ -112,7 +126,9 @@ public:
     bool contains(const CNRect &r, bool proper = false) const { return QRect::contains(r, proper); }
     /// left() <= x < right() and top() <= y < bottom() (strictly inside when proper).
     bool contains(const QPoint &p, bool proper = false) const { return QRect::contains(p, proper); }
+    /// contains(QPoint(x, y), proper).
     bool contains(int x, int y, bool proper) const { return QRect::contains(x, y, proper); }
+    /// contains(QPoint(x, y)).
     bool contains(int x, int y) const { return QRect::contains(x, y, false); }
 
     /// This becomes the QRect intersection of this and r.
@@ -127,8 +143,8 @@ public:
     bool intersects(const CNRect &r) const;
 
 private:
-    // Exclusive and stored edges differ by one. At the ends of the int range the value
-    // wraps as the stored integers of QRect do, without signed overflow.
+    /// Exclusive and stored edges differ by one. At the ends of the int range the value
+    /// wraps as the stored integers of QRect do, without signed overflow.
     static int inside(int exclusive) { return int(unsigned(exclusive) - 1u); }
     static int outside(int inclusive) { return int(unsigned(inclusive) + 1u); }
 };

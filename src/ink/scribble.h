@@ -1,4 +1,5 @@
-/*
+/**
+ * \class CScribble
  * CScribble: an ink drawing, the strokes of one scribble in drawing order, with a
  * lazily cached bounding rectangle of the whole.
  *
@@ -38,6 +39,7 @@ public:
     /// Copies the strokes (their points stay shared until changed), the bound and both
     /// flags.
     CScribble(const CScribble &other);
+    /// Copies as the copy constructor does.
     CScribble &operator=(const CScribble &other);
     virtual ~CScribble();
 
@@ -45,11 +47,14 @@ public:
     /// number of strokes and stroke i equals stroke i (CStroke::equals) for every i.
     virtual bool equals(const CScribble *other) const;
 
+    /// The number of strokes.
     long getStrokeNum() const { return static_cast<long>(m_strokes.size()); }
+    /// Stroke i (unchecked).
     const CStroke &getStrokeAt(long i) const { return m_strokes[static_cast<size_t>(i)]; }
     /// Invalidates the bound, then hands out the stroke for changing.
     CStroke &getStrokeAt(long i);
 
+    /// Marks the cached bound stale; the next getRectBound() recomputes it.
     void invalidateCache() { m_rectBoundValid = false; }
 
     /// Appends a copy of s. Leaves the cached bound alone (see the class comment).
@@ -96,8 +101,11 @@ public:
     static long ms_maxPointsPerLine;
 
 protected:
+    /// The strokes in drawing order.
     std::vector<CStroke> m_strokes;
+    /// The cached bounding rectangle of all strokes.
     mutable CNRect m_rectBound;
+    /// True while m_rectBound is up to date.
     mutable bool m_rectBoundValid;
     /// For the application and derived classes: copied with the drawing, otherwise
     /// never read or written by the library.

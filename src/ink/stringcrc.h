@@ -1,4 +1,5 @@
-/*
+/**
+ * \class CStringCRC
  * CStringCRC: a 32-bit checksum of a string, used as a cheap identifier and compared
  * by value.
  *
@@ -29,12 +30,17 @@ public:
     { }
     /// The checksum of the UTF-8 bytes of s (a null string counts as empty).
     explicit CStringCRC(const QString &s);
+    /// Copies the checksum.
     CStringCRC(const CStringCRC &) = default;
+    /// Copies the checksum.
     CStringCRC &operator=(const CStringCRC &) = default;
 
+    /// The checksum.
     unsigned long value() const { return m_value; }
 
+    /// True when both checksums are equal.
     bool operator==(const CStringCRC &other) const { return m_value == other.m_value; }
+    /// True when the checksums differ.
     bool operator!=(const CStringCRC &other) const { return m_value != other.m_value; }
 
     /// The reflected CRC-32 table, polynomial 0xEDB88320 (entry 1 is 0x77073096).

@@ -1,4 +1,5 @@
-/*
+/**
+ * \class CStroke
  * CStroke: one pen stroke, an ordered list of integer points in device coordinates
  * with a lazily computed bounding rectangle.
  *
@@ -36,6 +37,7 @@ public:
     CStroke();
     /// Shares the point storage and copies the caches and their flags.
     CStroke(const CStroke &other);
+    /// Copies as the copy constructor does.
     CStroke &operator=(const CStroke &other);
     virtual ~CStroke();
 
@@ -43,6 +45,7 @@ public:
     /// points in the same order. Cached state is not compared.
     virtual bool equals(const CStroke *other) const;
 
+    /// The number of points.
     long getPointNum() const { return m_points.size(); }
     /// The stored point (index unchecked).
     const QPoint &getPointAt(long index) const { return m_points.at(static_cast<int>(index)); }
@@ -70,6 +73,7 @@ public:
     /// not hit.
     bool hitTest(const CNRect &rect) const;
 
+    /// Appends p.
     void addPoint(const QPoint &p);
     /// Replaces the point at index (unchecked).
     void setPointAt(long index, const QPoint &p);
@@ -96,10 +100,15 @@ public:
     void writeTo(std::ostream &out) const;
 
 protected:
+    /// The points in drawing order.
     QVector<QPoint> m_points;
+    /// The cached bounding rectangle.
     mutable CNRect m_rectBound;
+    /// True while m_rectBound is up to date.
     mutable bool m_rectBoundValid;
+    /// Reserved for a derived, shape-dependent quantity (see the class comment).
     mutable int m_shapeCache;
+    /// True while m_shapeCache is up to date; cleared by every change of shape.
     mutable bool m_shapeCacheValid;
 };
 

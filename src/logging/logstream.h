@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Log streams of the logging library: one stream per level (trace and warning),
  * written as lines.
  *
@@ -35,10 +36,13 @@ namespace basic_logging {
 /// Level tags selecting a stream.
 struct tracelevel
 {
+    /// The trace stream.
     static constexpr int id = 0;
 };
+/// Level tag of the warning stream.
 struct warnlevel
 {
+    /// The warning stream.
     static constexpr int id = 1;
 };
 
@@ -46,6 +50,7 @@ struct warnlevel
 struct LoggerEndlineTag
 {
 };
+/// Write it to a log stream to end the line: `stream << "text" << LoggerEndline`.
 inline constexpr LoggerEndlineTag LoggerEndline {};
 
 /// The level-independent part of a log stream.
@@ -55,6 +60,7 @@ public:
     LogStreamBase(const LogStreamBase &) = delete;
     LogStreamBase &operator=(const LogStreamBase &) = delete;
 
+    /// Appends value to the pending line as a std::ostream formats it.
     template <class T>
     LogStreamBase &operator<<(const T &value)
     {
@@ -62,8 +68,11 @@ public:
         pending() << value;
         return *this;
     }
+    /// Appends value to the pending line (as UTF-8).
     LogStreamBase &operator<<(const QString &value);
+    /// Appends the text to the pending line.
     LogStreamBase &operator<<(const char *value);
+    /// Ends the pending line and hands it to the sink.
     LogStreamBase &operator<<(LoggerEndlineTag);
 
     /// Lines go to standard error (the default).
@@ -76,8 +85,10 @@ public:
     void setCallback(std::function<void(const QByteArray &line)> callback);
 
 protected:
+    /// A stream of the level with that id, writing to standard error.
     explicit LogStreamBase(int levelId);
     ~LogStreamBase();
+    /// The one stream of the level with that id.
     static LogStreamBase &forLevel(int levelId);
 
 private:
@@ -94,6 +105,7 @@ template <class Level>
 class logstream : public LogStreamBase
 {
 public:
+    /// The one stream of this level.
     static logstream &instance() { return static_cast<logstream &>(forLevel(Level::id)); }
 
 private:

@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * The logger configuration of the logging library.
  *
  * There is one root logger, reached through CLogSystem::theRootInstance(). Its level
@@ -22,9 +23,9 @@
 namespace basic_logging {
 
 namespace detail {
-// True while the root logger's level is exactly "TRACE". Read on every traced call.
+/// True while the root logger's level is exactly "TRACE". Read on every traced call.
 LOGGING_EXPORT extern std::atomic<bool> g_traceEnabled;
-// True while warnings are written (level other than "ERROR" and "OFF").
+/// True while warnings are written (level other than "ERROR" and "OFF").
 LOGGING_EXPORT extern std::atomic<bool> g_warnEnabled;
 } // namespace detail
 
@@ -44,10 +45,12 @@ inline bool warnEnabled()
 class LOGGING_EXPORT Logger
 {
 public:
+    /// A logger called name, at level.
     explicit Logger(const QString &name, const QString &level = QStringLiteral("INFO"));
     Logger(const Logger &) = delete;
     Logger &operator=(const Logger &) = delete;
 
+    /// The name given at construction.
     QString getName() const;
     /// The level string as it was set (no case folding: "trace" is not "TRACE").
     QString getLevel() const;

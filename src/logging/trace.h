@@ -1,19 +1,22 @@
-/*
+/**
+ * \file
  * Entry and exit trace lines for the library's operations.
  *
  * Put TRACE_FUNCTION at the top of a traced function and let each return name its
  * line:
  *
- *   double Util::getDistance(const QPointF &a, const QPointF &b)
- *   {
- *       TRACE_FUNCTION("geometry", "getDistance");
- *       ...
- *       return TRACE_RETURN(result);
- *   }
+ *     double Util::getDistance(const QPointF &a, const QPointF &b)
+ *     {
+ *         TRACE_FUNCTION("geometry", "getDistance");
+ *         ...
+ *         return TRACE_RETURN(result);
+ *     }
  *
  * While the root level is exactly "TRACE" this writes to the trace stream
- *   geometry<TAB>41<TAB>Enter getDistance
- *   geometry<TAB>47<TAB>Exit getDistance
+ *
+ *     geometry<TAB>41<TAB>Enter getDistance
+ *     geometry<TAB>47<TAB>Exit getDistance
+ *
  * where 41 is the line of TRACE_FUNCTION and 47 the line of the return taken.
  * TRACE_RETURN_SHOWING(value) also shows the value: "Exit name(value )".
  * A void function ends with TRACE_EXIT() (or TRACE_EXIT() before each return). A scope
@@ -33,9 +36,12 @@
 
 namespace basic_logging {
 
+/// The scope behind TRACE_FUNCTION: writes the entry line when made and the exit line
+/// when the function returns (see the file comment). Use it through the macros.
 class TraceScope
 {
 public:
+    /// Writes the entry line when tracing is on; file and function must outlive the scope.
     TraceScope(const char *file, const char *function, int line)
         : m_file(file)
         , m_function(function)
@@ -55,6 +61,7 @@ public:
     TraceScope(const TraceScope &) = delete;
     TraceScope &operator=(const TraceScope &) = delete;
 
+    /// Writes the exit line with that line number now (once; the destructor then writes none).
     void exit(int line)
     {
         if (__builtin_expect(m_open, false)) {
@@ -64,6 +71,7 @@ public:
     }
 
     template <class T>
+    /// exit(line), then hands value through: `return scope.leave(__LINE__, value);`.
     T &&leave(int line, T &&value)
     {
         exit(line);
@@ -71,6 +79,7 @@ public:
     }
 
     template <class T>
+    /// As leave(), with value shown in the exit line.
     T &&leaveShowing(int line, T &&value)
     {
         if (__builtin_expect(m_open, false)) {
@@ -81,8 +90,8 @@ public:
     }
 
 private:
-    // The writers take everything by value and stay out of line, so that the object
-    // never escapes and a traced call with tracing off keeps its fast shape.
+    /// The writers take everything by value and stay out of line, so that the object
+    /// never escapes and a traced call with tracing off keeps its fast shape.
     __attribute__((cold, noinline)) static void write(const char *file, const char *function,
                                                       const char *what, int line)
     {
@@ -107,10 +116,14 @@ private:
 
 } // namespace basic_logging
 
+/// Opens the trace scope of the function: file and function name as the trace lines show them.
 #define TRACE_FUNCTION(file, function) \
     ::basic_logging::TraceScope libutilityTraceScope_((file), (function), __LINE__)
+/// Writes the exit line with this line number and yields value: `return TRACE_RETURN(x);`.
 #define TRACE_RETURN(value) libutilityTraceScope_.leave(__LINE__, (value))
+/// As TRACE_RETURN, with value shown in the exit line.
 #define TRACE_RETURN_SHOWING(value) libutilityTraceScope_.leaveShowing(__LINE__, (value))
+/// Writes the exit line with this line number (void functions).
 #define TRACE_EXIT() libutilityTraceScope_.exit(__LINE__)
 
 #endif

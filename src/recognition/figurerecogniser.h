@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * The figure recogniser: classifies a hand-drawn scribble as handwriting, a closed
  * curve, a polygon or one of a few line figures.
  *
@@ -32,7 +33,7 @@ namespace CFigureRecogniser {
 extern UTILITY_EXPORT const double THRESHOLD_ANGLE;
 
 /// @name Figure categories returned by classifyScribble
-/// @{
+/** @{ */
 /// Not a figure: the ink stays handwriting (0).
 extern UTILITY_EXPORT const int cHANDWRITE_DATA;
 /// A closed figure with more corners than the corner limit (101).
@@ -53,20 +54,20 @@ extern UTILITY_EXPORT const int cUNEQUAL_BEND_B;
 extern UTILITY_EXPORT const int cHORIZONTAL_LINE;
 /// Two straight strokes forming one figure (206).
 extern UTILITY_EXPORT const int cTWO_STROKE_FIGURE;
-/// @}
+/** @} */
 
 /// @name Direction and side-length predicates
-/// @{
+/** @{ */
 /// True when -tol < angle < tol (degrees, both strict). An angle near 180 is not horizontal.
 UTILITY_EXPORT bool isHorizontal(double angle, double tol);
 /// True when 90 - tol < angle < 90 + tol (degrees, both strict).
 UTILITY_EXPORT bool isVertical(double angle, double tol);
 /// True when b > 0.8 a and a > 0.8 b (strict; symmetric; false for two zeros).
 UTILITY_EXPORT bool areSidesAlmostSameLength(double a, double b);
-/// @}
+/** @} */
 
 /// @name Recognition entry
-/// @{
+/** @{ */
 /**
  * Classifies one scribble.
  *
@@ -105,10 +106,10 @@ UTILITY_EXPORT QRectF getStrokeRectBound(const QVector<QPointF> &points);
 /// out[i] is the axis-parallel bounding box of the segment from point i to point i + 1
 /// (n - 1 entries; none for fewer than two points).
 UTILITY_EXPORT void getAllSegmentRect(const QVector<QPointF> &points, QVector<QRectF> &out);
-/// @}
+/** @} */
 
 /// @name Closed figures
-/// @{
+/** @{ */
 /// True when the stroke's ends lie closer than a tenth of its length (strict); its first
 /// and last point are then both replaced by their midpoint.
 UTILITY_EXPORT bool connect1Stroke(QVector<QPointF> &stroke);
@@ -186,7 +187,7 @@ UTILITY_EXPORT void removeExtraPoint(QVector<QPointF> &points);
 UTILITY_EXPORT double calcAngle(const QPointF &v1, const QPointF &v2);
 /// Unsigned angle between two vectors in degrees, in [0, 180]; 180 when either is null.
 UTILITY_EXPORT double calcAngle180(const QPointF &v1, const QPointF &v2);
-/// @}
+/** @} */
 
 /// @name Shape normalisers
 /// Each takes a closed corner list (n + 1 points) and snaps it in place to the most
@@ -194,7 +195,7 @@ UTILITY_EXPORT double calcAngle180(const QPointF &v1, const QPointF &v2);
 /// and the closing point. A shape close to no form stays as drawn; any other list is
 /// left unchanged. The tolerances are THRESHOLD_ANGLE for directions and angles and
 /// areSidesAlmostSameLength for lengths.
-/// @{
+/** @{ */
 /// Right triangle with axis-parallel legs, isosceles triangle with an axis-parallel
 /// base, equilateral triangle with an axis-parallel side; right and isosceles may both
 /// hold. Tried equilateral, then right, then isosceles. Only a right triangle with a leg
@@ -210,7 +211,7 @@ UTILITY_EXPORT void normalizePentagon(QVector<QPointF> &points);
 /// Regular hexagon about the corners' centroid, when all sides are nearly equal and all
 /// turns within THRESHOLD_ANGLE of 60 degrees.
 UTILITY_EXPORT void normalizeHexagon(QVector<QPointF> &points);
-/// @}
+/** @} */
 
 } // namespace CFigureRecogniser
 

@@ -1,4 +1,5 @@
-/*
+/**
+ * \file
  * Open-stroke analysis and stroke joining of the figure recogniser.
  *
  * These functions decide what an open (not closed) scribble is: a straight line, a bent
@@ -86,7 +87,7 @@
 
 namespace CFigureRecogniser {
 
-/*
+/**
  * Joins the strokes in place until at most two are left. Base stroke i runs from 0; each
  * later stroke j, from the last down to i + 1, is tried with intersectConnect (2 means
  * joined) and then nearConnect; a joined stroke leaves the list. Returns false, with the
@@ -94,7 +95,7 @@ namespace CFigureRecogniser {
  */
 UTILITY_EXPORT bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes);
 
-/*
+/**
  * Tests whether the two strokes cross (or touch). Returns 0 when they do not, 1 when they
  * cross but not close to an end of each (a branch or a crossing: nothing is changed),
  * 2 when they cross close to an end of each: base then becomes the joined stroke (see
@@ -102,25 +103,25 @@ UTILITY_EXPORT bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes);
  */
 UTILITY_EXPORT int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other);
 
-/*
+/**
  * Joins other to base when an end of one lies close to an end of the other (see the
  * joining rules above). Returns true when base became the joined stroke.
  */
 UTILITY_EXPORT bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other);
 
-/*
+/**
  * Category of one open, smoothed stroke: 0, 103, 114, 115, 203, 204 or 205; sets rect
  * for every category but 0 (left untouched then).
  */
 UTILITY_EXPORT int check1OpenStroke(const QVector<QPointF> &stroke, QRectF &rect);
 
-/*
+/**
  * Category of two strokes taken as a pair of lines: 206 or 0. Sets rect only for 206.
  */
 UTILITY_EXPORT int checkOpenStroke(
     const QVector<QPointF> &first, const QVector<QPointF> &second, QRectF &rect);
 
-/*
+/**
  * 114 when the two strokes are the two legs of a corner meeting at first[firstIndex]
  * and second[secondIndex]; otherwise 0. Sets rect only for 114. Indexes out of range
  * give 0.
@@ -128,7 +129,7 @@ UTILITY_EXPORT int checkOpenStroke(
 UTILITY_EXPORT int checkBranchStroke(const QVector<QPointF> &first, const QVector<QPointF> &second,
     int firstIndex, int secondIndex, QRectF &rect);
 
-/*
+/**
  * 1 when an end of first lies close to an end of second (a corner drawn in two strokes);
  * then firstIndex and secondIndex receive the indexes of those two end points. 0
  * otherwise, indexes untouched.

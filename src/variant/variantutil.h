@@ -1,29 +1,30 @@
-/*
+/**
+ * \file
  * QVariant trees to and from XML text fragments.
  *
  * The fragment uses the value vocabulary of XML-RPC: every value is a "value" element
  * holding one typed element,
  *
- *   bool        <boolean>true</boolean> / false
- *   int         <int>42</int>
- *   double      <double>3.14159</double>       (at most 6 significant digits)
- *   QString     <string>text</string>          (written raw, see below)
- *   QByteArray  <base64>...</base64>
- *   QDateTime   <datetime.iso8601>2024-05-01T12:00:00</datetime.iso8601>
- *   QVariantList <array><data><value>...</value>...</data></array>
- *   QVariantMap  <map><member><name>key</name><value>...</value></member>...</map>
+ *     bool        <boolean>true</boolean> / false
+ *     int         <int>42</int>
+ *     double      <double>3.14159</double>       (at most 6 significant digits)
+ *     QString     <string>text</string>          (written raw, see below)
+ *     QByteArray  <base64>...</base64>
+ *     QDateTime   <datetime.iso8601>2024-05-01T12:00:00</datetime.iso8601>
+ *     QVariantList <array><data><value>...</value>...</data></array>
+ *     QVariantMap  <map><member><name>key</name><value>...</value></member>...</map>
  *
  * and the whole fragment is handed out entity-escaped (escape()), so that it can be
  * stored as the text or an attribute of another XML document without further quoting.
  *
  * Behaviour callers depend on, kept on purpose:
- * - Any other QVariant type (QStringList, float, qlonglong, QDate, ...) writes "<value/>"
+ * - Any other QVariant type (QStringList, float, qlonglong, QDate, ...) writes `<value/>`
  *   and a warning on Qt's warning channel; it reads back as an empty string.
  * - Strings are not escaped one by one. A string holding "<" or "&" therefore produces a
  *   fragment that reads back as an invalid QVariant.
  * - A string that is the path of an existing file system entry (QFileInfo::exists, so a
  *   directory counts too) is treated as a resource: the file is copied to
- *       <info.m_rootDirectory>/<info.m_resourceDirectory>/<file name>
+ *       `<info.m_rootDirectory>/<info.m_resourceDirectory>/<file name>`
  *   (never overwriting, the copy's failure is not reported, the resource directory is
  *   not created), whatever then stands at that destination gets mode 0777, and the text
  *   written is the string itself followed by "/resources/" and the file name.
@@ -70,33 +71,34 @@
 #include <QString>
 #include <QVariant>
 
-/*
+/**
  * Where the resources of a serialised document live. A plain record the caller fills,
  * e.g. CXMLSerializeInfo { "/home/me/doc.ink", "/home/me", "doc_res" }.
  */
 struct CXMLSerializeInfo
 {
-    /* The saved document's file name. Not read by the serialiser. */
+    /** The saved document's file name. Not read by the serialiser. */
     QString m_fileName;
-    /* The document's root directory: resources are copied beneath it. */
+    /** The document's root directory: resources are copied beneath it. */
     QString m_rootDirectory;
-    /* Name of the resource sub-directory inside m_rootDirectory. It must exist. */
+    /** Name of the resource sub-directory inside m_rootDirectory. It must exist. */
     QString m_resourceDirectory;
 };
 
+/// QVariant trees to and from XML fragments (see the file comment).
 class UTILITY_EXPORT CVariantUtil
 {
 public:
-    /* Values (lists and maps) nested deeper than this are refused by the reader. */
+    /** Values (lists and maps) nested deeper than this are refused by the reader. */
     static constexpr int MAX_NESTING_DEPTH = 256;
 
-    /*
+    /**
      * The escaped XML fragment of value (see the file comment for the format).
      * Copies file resources named by string values as described above.
      */
     static QString variantToXMLFragment(const CXMLSerializeInfo &info, const QVariant &value);
 
-    /*
+    /**
      * The value held by an escaped fragment (as variantToXMLFragment writes it). The
      * root element is read as a "value" element whatever its name. Text that is not
      * well-formed XML after deEscape(), or nests deeper than MAX_NESTING_DEPTH, gives
@@ -104,13 +106,13 @@ public:
      */
     static QVariant variantFromXMLFragment(const QString &fragment);
 
-    /*
+    /**
      * Replaces < > & " ' by &lt; &gt; &amp; &quot; &apos;. Nothing else is encoded
      * (no control characters, no non-ASCII).
      */
     static QString escape(const QString &text);
 
-    /*
+    /**
      * Decodes the five entities written by escape(), each occurrence once: "&amp;lt;"
      * becomes "&lt;", not "<". Any other entity, numeric ones included, stays as it is.
      */
