@@ -63,7 +63,9 @@ for package in "${packages[@]}"; do
   [ "$soname" = "$package.so.1" ]
   for program in "$scratch/$package-cmake/consumer" "$scratch/$package-pc"; do
     loads=$(ldd "$program")
-    [[ "$loads" == *"$package.so.1 => $libdir/$package.so.1 "* ]] ||
+    # The run path may spell the directory another way (prefix/lib/pkgconfig/../../lib).
+    loaded=$(sed -n "s|^\s*$package\.so\.1 => \(\S*\) .*|\1|p" <<<"$loads")
+    [ -n "$loaded" ] && [ "$(readlink -f "$loaded")" = "$(readlink -f "$libdir/$package.so.1")" ] ||
       { echo "$program does not load $libdir/$package.so.1:"; echo "$loads"; exit 1; }
   done
 done
