@@ -108,6 +108,30 @@ int farthestFromEnds(const QVector<QPointF> &stroke)
     return best;
 }
 
+// Whether the joining left both strokes of a pair as they were (it never writes to a
+// stroke it does not join, and a stroke written to no longer shares the old data).
+bool isUntouchedPair(
+    const QVector<QVector<QPointF>> &strokes, const QVector<QVector<QPointF>> &before)
+{
+    return strokes.size() == 2 && before.size() == 2
+        && strokes[0].constData() == before[0].constData()
+        && strokes[1].constData() == before[1].constData();
+}
+
+// What classifyRecogCategory answers for a pair that the joining left as it was: its
+// smoothing of the pair gives `twice` again, and its last test, checkOpenStroke on
+// `twice`, has already said no (and left rect alone) before the joining. What remains is
+// the bent corner drawn in two strokes.
+int classifyUnjoinedPair(const QVector<QVector<QPointF>> &twice, QRectF &rect)
+{
+    int i = 0;
+    int j = 0;
+    if (checkConnectSpecialEdge(twice[0], twice[1], i, j) == 1
+        && checkBranchStroke(twice[0], twice[1], i, j, rect) == cBENT_LINE)
+        return cBENT_LINE;
+    return cHANDWRITE_DATA;
+}
+
 bool isClosedList(const QVector<QPointF> &pts)
 {
     return pts.size() >= 2 && pts.first() == pts.last();
@@ -199,11 +223,16 @@ int classifyScribble(const QVector<QVector<QPointF>> &strokes, QRectF &rect,
     if (once.size() == 2)
         code = checkOpenStroke(twice[0], twice[1], rect);
     if (code == cHANDWRITE_DATA) {
+        // Shallow copies: a stroke that the joining changes no longer shares their data.
+        const QVector<QVector<QPointF>> beforeJoining = once;
         if (!makeConnectedStroke(once))
             return TRACE_RETURN(cHANDWRITE_DATA);
         rect = getStrokeRectBound(once.first());
         QVector<QVector<QPointF>> figure;
-        code = classifyRecogCategory(once, rect, figure, cornerLimit, normalize);
+        if (!basic_logging::traceEnabled() && isUntouchedPair(once, beforeJoining))
+            code = classifyUnjoinedPair(twice, rect);
+        else
+            code = classifyRecogCategory(once, rect, figure, cornerLimit, normalize);
         if (code == cPOLYGON) {
             result = figure.first();
             rect = getStrokeRectBound(result);
