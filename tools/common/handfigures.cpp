@@ -11,23 +11,6 @@ namespace {
 constexpr double kPi = 3.14159265358979323846;
 constexpr int kOutlinePoints = 2000;
 
-class Rng
-{
-public:
-    explicit Rng(quint32 seed)
-        : m_rng(seed)
-    { }
-    // Uniform in [lo, hi), from the raw 32-bit output (portable across libraries).
-    double uniform(double lo, double hi)
-    {
-        return lo + (hi - lo) * (static_cast<double>(m_rng()) / 4294967296.0);
-    }
-    bool chance(double p) { return uniform(0.0, 1.0) < p; }
-
-private:
-    std::mt19937 m_rng;
-};
-
 double norm(const QPointF &v) { return std::hypot(v.x(), v.y()); }
 
 QPointF rotated(const QPointF &p, double degrees)

@@ -28,7 +28,28 @@
 #include <QStringList>
 #include <QVector>
 
+#include <random>
+
 namespace HandFigures {
+
+/// The random source of the sample generators: the same numbers from the same seed on
+/// every standard library (the raw 32-bit output of mt19937, scaled by hand).
+class Rng
+{
+public:
+    explicit Rng(quint32 seed)
+        : m_rng(seed)
+    { }
+    /// Uniform in [lo, hi).
+    double uniform(double lo, double hi)
+    {
+        return lo + (hi - lo) * (static_cast<double>(m_rng()) / 4294967296.0);
+    }
+    bool chance(double p) { return uniform(0.0, 1.0) < p; }
+
+private:
+    std::mt19937 m_rng;
+};
 
 /// One generated figure: its label, the corners a recogniser should find (0 for a
 /// curve), the ideal outline's centre, semi-axes (rx >= ry) and rotation (degrees) for

@@ -60,11 +60,7 @@ public:
         : m_rng(seed)
     { }
 
-    // Uniform in [lo, hi), from the raw 32-bit output (portable across libraries).
-    double uniform(double lo, double hi)
-    {
-        return lo + (hi - lo) * (static_cast<double>(m_rng()) / 4294967296.0);
-    }
+    double uniform(double lo, double hi) { return m_rng.uniform(lo, hi); }
 
     // Traces the polyline through path: a point every 3 to 6 units of travel, each
     // pushed across the path by a slow two-frequency wobble.
@@ -153,7 +149,7 @@ private:
             uniform(25, 45), uniform(0, 2 * kPi) };
     }
 
-    std::mt19937 m_rng;
+    HandFigures::Rng m_rng;
 };
 
 // Turns by `degrees` about the origin, scales, then moves to `centre`.
