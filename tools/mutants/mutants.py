@@ -26,12 +26,17 @@ The sources are always restored: after each mutant, on any error, on Ctrl-C and 
 that even a run killed outright is undone by the next one, which restores any such file
 it finds before it starts).
 
+--results FILE keeps one JSON line per mutant (file, line, kind, change, verdict and, for
+a killed one, the tests that failed, read from the suite's GoogleTest report): with it the
+tests that alone catch a fault can be told from those that only catch what others catch.
+
 --build-cmd and --test-cmd replace the build and test commands ({build_dir}, {subsystem},
-{root} and {platform}, the Qt platform the suite needs, are filled in); the tool's own
-test uses them.
+{root}, {report}, the GoogleTest report file, and {platform}, the Qt platform the suite
+needs, are filled in); the tool's own test uses them.
 """
 
 import argparse
+import json
 import os
 import random
 import re
@@ -263,7 +268,9 @@ def main():
                     help="seconds for one suite run (default 120)")
     ap.add_argument("--build-cmd", default="cmake --build {build_dir} --target test_{subsystem}")
     ap.add_argument("--test-cmd", default="QT_QPA_PLATFORM={platform} "
-                    "{build_dir}/tests/{subsystem}/test_{subsystem}")
+                    "{build_dir}/tests/{subsystem}/test_{subsystem} "
+                    "--gtest_output=json:{report}")
+    ap.add_argument("--results", help="write one JSON line per mutant to this file")
     ap.add_argument("--list", action="store_true", help="only list the sample, change nothing")
     args = ap.parse_args()
 
@@ -289,6 +296,8 @@ def main():
     signal.signal(signal.SIGINT, stop)
     signal.signal(signal.SIGTERM, stop)
 
+    if args.results and not args.list:
+        open(args.results, "w").close()
     rows = []
     try:
         for sub in subsystems:
@@ -328,7 +337,8 @@ def check_subsystem(root, sub, args, restorer):
     row = {"name": sub, "sites": len(sites), "sampled": len(sample), "killed": 0,
            "timeout": 0, "skipped": 0, "survivors": []}
     # The desktop suite needs the X server (DISPLAY); the others run offscreen.
-    fill = {"build_dir": args.build_dir, "subsystem": sub, "root": root,
+    report = os.path.join(os.path.abspath(args.build_dir), "mutant-report-%s.json" % sub)
+    fill = {"build_dir": args.build_dir, "subsystem": sub, "root": root, "report": report,
             "platform": "xcb" if sub == "desktop" else "offscreen"}
     build = args.build_cmd.format(**fill)
     test = args.test_cmd.format(**fill)
@@ -341,12 +351,15 @@ def check_subsystem(root, sub, args, restorer):
             continue
         mutated = text[:start] + repl + text[start + length:]
         restorer.mutate(path, texts[path], mutated.encode("utf-8"))
+        failed = []
         try:
             code, _ = run(build, 30 * 60)
             if code != 0:
                 row["skipped"] += 1
                 verdict = "skipped (does not build)"
             else:
+                if os.path.exists(report):
+                    os.remove(report)
                 code, _ = run(test, args.timeout)
                 if code is None:
                     row["timeout"] += 1
@@ -354,16 +367,36 @@ def check_subsystem(root, sub, args, restorer):
                 elif code != 0:
                     row["killed"] += 1
                     verdict = "killed"
+                    failed = failed_tests(report)
                 else:
                     row["survivors"].append("%s %s: %s" % (where, kind, change))
                     verdict = "SURVIVED"
         finally:
             restorer.restore()
         print("%-11s %s %s: %s" % (verdict.split()[0], where, kind, change), flush=True)
+        if args.results:
+            with open(args.results, "a") as f:
+                f.write(json.dumps({"subsystem": sub, "seed": args.seed, "where": where,
+                                    "kind": kind, "change": change,
+                                    "verdict": verdict.split()[0], "failed": failed}) + "\n")
     # Leave the build matching the restored sources.
     if not args.list and sample:
         run(build, 30 * 60)
     return row
+
+
+def failed_tests(report):
+    """Names (Suite.Test) of the failed tests in a GoogleTest JSON report; [] when the
+    suite wrote none (it crashed, or the test command is not a GoogleTest binary)."""
+    try:
+        with open(report) as f:
+            data = json.load(f)
+    except (OSError, ValueError):
+        return []
+    return sorted("%s.%s" % (suite["name"], test["name"])
+                  for suite in data.get("testsuites", [])
+                  for test in suite.get("testsuite", [])
+                  if test.get("failures"))
 
 
 if __name__ == "__main__":
