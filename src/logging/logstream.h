@@ -70,7 +70,7 @@ public:
         pending() << value;
         return *this;
     }
-    /// Appends value to the pending line (as UTF-8).
+    /// Appends value to the pending line (as Latin-1).
     /// \param value the text, converted with QString::toLatin1 (other characters become '?')
     /// \return this stream
     LogStreamBase &operator<<(const QString &value);
