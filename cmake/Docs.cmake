@@ -1,8 +1,8 @@
 # API reference: `cmake --build <dir> --target docs` (./dev.sh docs) renders the public
 # headers of the subsystems built with Doxygen into <dir>/docs/html, the README as the
 # main page and one module per subsystem. Doxygen's warnings (an undocumented public
-# class, function or constant, a parameter list that leaves one out, a broken
-# reference) go to <dir>/docs/warnings.log; the test Docs.NoWarnings fails on any.
+# class, function, constant, parameter or return value, a broken reference) go to
+# <dir>/docs/warnings.log; the test Packaging.DocsHaveNoWarnings fails on any.
 find_program(DOXYGEN_EXECUTABLE doxygen)
 if(NOT DOXYGEN_EXECUTABLE)
   message(STATUS "doxygen not found: no docs target")

@@ -28,7 +28,10 @@ class UTILITY_EXPORT CDeferredLogic : public QObject
 public:
     /** Arms the timer for 10 ms. */
     CDeferredLogic();
-    /** Arms the timer for delayMs milliseconds; a negative delay counts as 0. */
+    /**
+     * Arms the timer for delayMs milliseconds; a negative delay counts as 0.
+     * \param delayMs the delay in milliseconds
+     */
     explicit CDeferredLogic(int delayMs);
 
 protected:

@@ -26,6 +26,7 @@
  *     QDesktopServices::openUrl as a local file URL.
  * Nothing is reported: whether the program started or the desktop opened the URL is
  * not known to the caller.
+ * \param url a web address, a file URL or a local path
  */
 UTILITY_EXPORT void openURL(const QString &url);
 

@@ -43,7 +43,11 @@ class UTILITY_EXPORT CWMUpdateTimer : public QObject
 {
     Q_OBJECT
 public:
-    /** Creates a parentless timer and starts it with intervalMs milliseconds. */
+    /**
+     * Creates a parentless timer and starts it with intervalMs milliseconds.
+     * \param intervalMs the tick interval in milliseconds
+     * \param callback receives the ticks; not owned
+     */
     CWMUpdateTimer(int intervalMs, CWMUpdateCallback *callback);
     /** Stops the timer. */
     ~CWMUpdateTimer() override;
@@ -52,6 +56,7 @@ public:
      * (Re)starts the timer: a running timer is stopped first, so the new interval
      * replaces the old one. A negative interval is refused by Qt with a warning and
      * leaves the timer stopped.
+     * \param intervalMs the tick interval in milliseconds
      */
     void start(int intervalMs);
     /** Stops the timer; does nothing when it is not running. */
@@ -59,6 +64,7 @@ public:
 
 protected:
     /// Runs the update on each tick of the timer started by start().
+    /// \param e the timer event; events of other timers are ignored
     void timerEvent(QTimerEvent *e) override;
 
 private:
@@ -81,6 +87,10 @@ public:
      * milliseconds; raiseParents: raise the widget's ancestors too (outermost first);
      * processName: while a process whose "ps -ef" line contains this text runs,
      * nothing is raised (empty: no such check). The timer starts at once.
+     * \param widget the widget whose window is kept on top; may be null
+     * \param intervalMs the tick interval in milliseconds
+     * \param raiseParents also raise the widget's ancestors
+     * \param processName text to look for in the process list; empty for no check
      */
     CWindowManagement(QWidget *widget, int intervalMs, bool raiseParents, QString processName);
     /** Stops and deletes the timer. The widget is left as it is. */
@@ -95,7 +105,10 @@ public:
      */
     void update_window() override;
 
-    /** Restarts the timer with a new interval in milliseconds. */
+    /**
+     * Restarts the timer with a new interval in milliseconds.
+     * \param intervalMs the tick interval in milliseconds
+     */
     void start_window(int intervalMs);
     /** Stops the timer; the object stays usable and start_window resumes it. */
     void stop_window();
@@ -105,6 +118,7 @@ public:
      * override-redirect is switched on around XMapRaised, XRaiseWindow, XMapRaised and
      * switched off again, then the request queue is flushed. Note that XMapRaised maps
      * the window if it was unmapped.
+     * \param window the X window id; 0 does nothing
      */
     void raiseWindowTop(unsigned long window);
     /**
@@ -112,9 +126,14 @@ public:
      * the frame first, then the window. A window whose parent is the root window (no
      * reparenting window manager, or an override-redirect window) raises only itself.
      * Nothing happens when the X server cannot answer for the window.
+     * \param window the X window id of the top-level window (QWidget::winId()); 0 does
+     *     nothing
      */
     void raiseQtWindowTop(unsigned long window);
-    /** Raises widget's ancestors outermost first, then widget itself; null: nothing. */
+    /**
+     * Raises widget's ancestors outermost first, then widget itself; null: nothing.
+     * \param widget the innermost widget to raise; may be null
+     */
     void raiseParentWidgetTop(QWidget *widget);
 
     /**
@@ -125,6 +144,8 @@ public:
      * cannot be started. It blocks the calling thread while the pipeline runs (some 20
      * times as long as starting a bare shell), so keep tick intervals with a process
      * name generous.
+     * \param processName the text to look for, passed to grep as a pattern; not changed
+     * \return true when at least one line matched
      */
     static bool isRunning(std::string &processName);
 

@@ -41,6 +41,11 @@ public:
      * by the copy, its target is not touched. Errors: source missing, unreadable or not
      * a regular file, destination an existing directory or the source itself, the
      * destination's directory missing or not writable, short writes (disk full).
+     * \param source path of the file to copy
+     * \param destination path of the copy, including its file name (not a directory)
+     * \param overwrite replace an existing destination
+     * \param[out] errorString receives the reason of a failure; may be null
+     * \return true when the copy is complete and in place
      */
     static bool copyFile(const QString &source, const QString &destination, bool overwrite = false,
         QString *errorString = nullptr);
@@ -65,6 +70,10 @@ public:
      * path of the file inside the trash. Errors: the path does not exist, is "/",
      * lies inside the trash chosen or contains it, is a mount point, or no usable
      * trash exists.
+     * \param path the entry to trash, absolute or relative to the working directory
+     * \param[out] trashedPath receives the entry's new path inside the trash; may be null
+     * \param[out] errorString receives the reason of a failure; may be null
+     * \return true when the entry was moved to the trash
      */
     static bool moveToTrash(
         const QString &path, QString *trashedPath = nullptr, QString *errorString = nullptr);
@@ -77,6 +86,9 @@ public:
      * (".profile") is not an extension. Returns the name only, without the directory.
      * The name is free when checked; create it with QIODevice::NewOnly where a race
      * matters. An empty name or one containing "/" gives an empty result.
+     * \param directory the directory the name must be free in
+     * \param fileName the wanted name, without a directory
+     * \return the free name, or an empty string for a bad fileName
      */
     static QString uniqueFileName(const QString &directory, const QString &fileName);
 
@@ -87,18 +99,27 @@ public:
      * (CON, PRN, AUX, NUL, COM1-9, LPT1-9, in any case, with or without extension) get a
      * leading "_", and the result is cut to at most 255 bytes of UTF-8 at a character
      * boundary, keeping a short extension. Never empty: empty text gives "unnamed".
+     * \param text any text
+     * \return a name usable as a single path component
      */
     static QString safeFileName(const QString &text);
 
     /**
      * Bytes available to the calling user on the volume holding `path` (which must
      * exist; a file or a directory), or -1 on failure.
+     * \param path an existing file or directory on the volume
+     * \param[out] errorString receives the reason of a failure; may be null
+     * \return the free bytes for the calling user, or -1
      */
     static qint64 freeDiskSpace(const QString &path, QString *errorString = nullptr);
 
     /**
      * CRC-32 (zlib's polynomial) of a file's contents, read in blocks. Sets `ok`
      * (when not null) to whether the file could be read; returns 0 on failure.
+     * \param path the regular file to read
+     * \param[out] ok receives whether the file could be read; may be null
+     * \param[out] errorString receives the reason of a failure; may be null
+     * \return the CRC-32, or 0 on failure
      */
     static quint32 fileCrc32(
         const QString &path, bool *ok = nullptr, QString *errorString = nullptr);
@@ -108,6 +129,10 @@ public:
      * contents. Equal means equal with CRC-32 certainty (collisions are possible in
      * principle). eCompareFailed when either file is missing, unreadable or not a
      * regular file.
+     * \param first path of the first file
+     * \param second path of the second file
+     * \param[out] errorString receives the reason of a failure; may be null
+     * \return the result of the comparison
      */
     static ECompareResult compareFiles(
         const QString &first, const QString &second, QString *errorString = nullptr);

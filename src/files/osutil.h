@@ -47,6 +47,8 @@ public:
      * Removes a file, or a directory when it is empty (through its parent's rmdir).
      * A non-empty directory is left in place; a symlink is removed as a link, even
      * when it points at a directory. Returns whether the removal succeeded.
+     * \param path the file, symlink or empty directory to remove
+     * \return true when the entry was removed
      */
     static bool removePath(const QString &path);
 
@@ -54,12 +56,18 @@ public:
      * chmod(path, mask); chmod's result is ignored. Paths reach the system in the
      * local 8-bit file name encoding (QFile::encodeName): plain ASCII for ASCII
      * paths, and non-ASCII names still name the right file.
+     * \param path the file or directory; a symlink is followed
+     * \param mask the new mode bits
      */
     static void setPermissions(const QString &path, ePermissionMask mask);
 
     /**
      * chown(path, uid, gid); -1 stands for the calling process's uid (gid). Always
      * returns true, whatever chown reports. Symlinks are followed (chown, not lchown).
+     * \param path the file or directory
+     * \param uid the new owner's user id, or -1
+     * \param gid the new group id, or -1
+     * \return true
      */
     static bool setOwners(const QString &path, int uid, int gid);
 
@@ -72,6 +80,11 @@ public:
      * Result: without recursion always true (like setOwners). With recursion, false
      * when any chown of the walk failed (the walk still visits everything it can),
      * true otherwise.
+     * \param path the directory at the top of the tree
+     * \param uid the new owner's user id, or -1
+     * \param gid the new group id, or -1
+     * \param recursive also change everything under the directory
+     * \return false only when recursive and a chown of the directory or the walk failed
      */
     static bool setOwnertoDirectory(const QString &path, int uid, int gid, bool recursive);
 
@@ -82,11 +95,15 @@ public:
      * "Metacity"), then GNOME's root-window property, the GNOME_DESKTOP_SESSION_ID
      * variable and KDE's root-window properties. X errors during the reads (a stale
      * window id, for example) are caught and count as failed reads.
+     * \return an EDesktopEnvironment code
      */
     static int getDesktopEnvironment();
 };
 
 /// Combines two permission masks.
+/// \param a first mask
+/// \param b second mask
+/// \return the bits set in either mask
 inline COsUtil::ePermissionMask operator|(COsUtil::ePermissionMask a, COsUtil::ePermissionMask b)
 {
     return COsUtil::ePermissionMask(static_cast<unsigned int>(a) | static_cast<unsigned int>(b));

@@ -24,6 +24,8 @@ public:
      * Creates the directory `name` inside `parentDir`, or reuses it when it already
      * exists there, and enters it. When neither works (missing parent, no permission,
      * a file of that name) the object is simply not valid.
+     * \param parentDir the existing directory to create the scratch directory in
+     * \param name the scratch directory's name; an empty name gives an object that is not valid
      */
     CTempDir(const QString &parentDir, const QString &name);
 
@@ -34,6 +36,7 @@ public:
     CTempDir &operator=(const CTempDir &) = delete;
 
     /// True when the directory was created (and not removed since).
+    /// \return true when the constructor created or entered the directory
     bool isValid() const;
 
     /**
@@ -42,7 +45,10 @@ public:
      */
     void empty();
 
-    /** Absolute path of the directory; empty when not valid. */
+    /**
+     * Absolute path of the directory; empty when not valid.
+     * \return the absolute path, or an empty string
+     */
     QString path() const;
 
 private:

@@ -32,15 +32,29 @@ class UTILITY_EXPORT CColourSwatch
 {
 public:
     /// The two colours of the checkerboard shown behind translucent colours.
+    /// \return white
     static QColor checkerLight();
     /// The dark colour of that checkerboard.
+    /// \return light grey (204, 204, 204)
     static QColor checkerDark();
 
     /// The swatch as an image (ARGB32 premultiplied) of size × devicePixelRatio pixels.
     /// An empty size gives a null image.
+    /// \param colour the colour to show; invalid for the "no colour" swatch
+    /// \param size the size in device-independent pixels
+    /// \param style border, corners and checkerboard
+    /// \param devicePixelRatio device pixels per device-independent pixel; 0 or less gives a
+    ///     null image
+    /// \return the swatch image, carrying devicePixelRatio
     static QImage image(const QColor &colour, const QSize &size,
                         const CSwatchStyle &style = CSwatchStyle(), qreal devicePixelRatio = 1.0);
     /// The same as a pixmap; needs a QGuiApplication.
+    /// \param colour the colour to show; invalid for the "no colour" swatch
+    /// \param size the size in device-independent pixels
+    /// \param style border, corners and checkerboard
+    /// \param devicePixelRatio device pixels per device-independent pixel; 0 or less gives a
+    ///     null pixmap
+    /// \return the swatch pixmap, carrying devicePixelRatio
     static QPixmap pixmap(const QColor &colour, const QSize &size,
                           const CSwatchStyle &style = CSwatchStyle(),
                           qreal devicePixelRatio = 1.0);

@@ -28,16 +28,29 @@ public:
     static constexpr int cMaxCursorSize = 128;
 
     /// The picture of the pen cursor (width clamped as above).
+    /// \param width the pen's width in pixels
+    /// \param colour the pen's colour; an invalid colour is drawn as black
+    /// \return a square picture of odd side, at least 9 pixels, a little larger than the circle
     static QPixmap penPixmap(int width, const QColor &colour);
     /// The pen cursor: penPixmap() with its hotspot in the middle.
+    /// \param width the pen's width in pixels
+    /// \param colour the pen's colour; an invalid colour is drawn as black
+    /// \return the cursor
     static QCursor penCursor(int width, const QColor &colour);
 
     /// The picture of the eraser cursor of side size (clamped to 4 .. 128).
+    /// \param size the side of the eraser in pixels
+    /// \return a square picture two pixels larger than the clamped size
     static QPixmap eraserPixmap(int size);
     /// The eraser cursor: eraserPixmap() with its hotspot in the middle.
+    /// \param size the side of the eraser in pixels
+    /// \return the cursor
     static QCursor eraserCursor(int size);
 
     /// A cursor from any pixmap; the hotspot is clamped into it.
+    /// \param pixmap the cursor's picture; null gives the arrow cursor
+    /// \param hotspot the hotspot in the pixmap's pixels
+    /// \return the cursor
     static QCursor fromPixmap(const QPixmap &pixmap, const QPoint &hotspot);
 };
 

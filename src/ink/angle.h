@@ -26,29 +26,43 @@ public:
     /// 0 radians.
     CAngle() = default;
     /// radians, folded into [0, 2π].
+    /// \param radians the angle in radians, any value
     CAngle(double radians);
     /// Copies the value.
     CAngle(const CAngle &) = default;
     /// Copies the value.
+    /// \return this angle
     CAngle &operator=(const CAngle &) = default;
 
     /// The stored radians, within [0, 2π].
+    /// \return the angle in radians, 0 to 2π
     double getAngle() const { return m_angle; }
     /// Sets the value to radians, folded into [0, 2π].
+    /// \param radians the new angle in radians, any value
     void setAngle(double radians);
     /// Adds radians, then folds the sum into [0, 2π].
+    /// \param radians radians to add, any value
     void addAngle(double radians);
     /// Subtracts radians, then folds the difference into [0, 2π].
+    /// \param radians radians to subtract, any value
     void subAngle(double radians);
 
     /// Util::isEqual(this value, other's value, 0.0): relative to this value.
+    /// \param other angle to compare with
+    /// \return true when other lies within rounding error of this value
     bool approximatelyEqualTo(const CAngle &other) const;
     /// Util::isEqual(radians, this value, 0.0): relative to radians.
+    /// \param radians angle in radians to compare with, not folded
+    /// \return true when this value lies within rounding error of radians
     bool approximatelyEqualTo(double radians) const;
 
     /// Radians to degrees.
+    /// \param radians angle in radians, not folded
+    /// \return the angle in degrees
     static double radToDeg(double radians) { return radians * 57.29577951308232; }
     /// Degrees to radians.
+    /// \param degrees angle in degrees, not folded
+    /// \return the angle in radians
     static double degToRad(double degrees) { return degrees * 0.017453292519943295; }
 
     /// Folds the stored value into [0, 2π] (see the class comment).
@@ -56,6 +70,7 @@ public:
 
     /// Reads the value as a little-endian IEEE double (binaryRead), then folds it. The
     /// stream is not checked: after a short read the value is what binaryRead left.
+    /// \param in binary stream positioned at the eight bytes of the value
     void readFrom(std::istream &in);
 
 private:

@@ -83,6 +83,8 @@ class QString;
 /// Each reads the stored form of one value (see the file comment) from in into value.
 /** @{ */
 /// Reads one value of the type's stored form (see the file comment) from in into value.
+/// \param in binary stream to read from; its state is left as the read leaves it
+/// \param[out] value receives the value read
 UTILITY_EXPORT void binaryRead(std::istream &in, signed char &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, char &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, unsigned char &value);
@@ -98,6 +100,8 @@ UTILITY_EXPORT void binaryRead(std::istream &in, float &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, double &value);
 /// Points are read by the million, so this one is inline (defined below). It is still
 /// exported: the library keeps a copy for binaries built when it was out of line.
+/// \param in binary stream to read from; its state is left as the read leaves it
+/// \param[out] value receives the point read
 UTILITY_EXPORT inline void binaryRead(std::istream &in, QPoint &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QSize &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QPointF &value);
@@ -112,6 +116,8 @@ UTILITY_EXPORT void binaryRead(std::istream &in, QDateTime &value);
 /// Each writes the stored form of value (see the file comment) to out.
 /** @{ */
 /// Writes the stored form of value (see the file comment) to out.
+/// \param out binary stream to write to; failures show in its state only
+/// \param value the value to write
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const signed char &value);
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const char &value);
 UTILITY_EXPORT void binaryWrite(std::ostream &out, const unsigned char &value);
@@ -136,6 +142,8 @@ UTILITY_EXPORT void binaryWrite(std::ostream &out, const QDateTime &value);
 /** @} */
 /// Pointers have no stored form; this also stops a string literal from being
 /// written as a bool.
+/// \param out the stream; never written, as the overload is deleted
+/// \param value any pointer: a call with one does not compile
 template <class T> void binaryWrite(std::ostream &out, T *value) = delete;
 
 // ---------------------------------------------------------------------------------

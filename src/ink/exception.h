@@ -19,11 +19,15 @@ class UTILITY_EXPORT CException
 {
 public:
     /// An exception with a message and an application-defined error code.
+    /// \param message human-readable description of the failure
+    /// \param errorCode code chosen by the application; not interpreted here
     CException(const QString &message, int errorCode);
 
     /// A copy of the message.
+    /// \return the message given at construction
     QString message() const;
     /// The error code given at construction.
+    /// \return the error code
     int errorCode() const;
 
 private:

@@ -61,6 +61,8 @@ public:
     LogStreamBase &operator=(const LogStreamBase &) = delete;
 
     /// Appends value to the pending line as a std::ostream formats it.
+    /// \param value anything std::ostream can insert
+    /// \return this stream
     template <class T>
     LogStreamBase &operator<<(const T &value)
     {
@@ -68,27 +70,40 @@ public:
         pending() << value;
         return *this;
     }
-    /// Appends value to the pending line (as UTF-8).
+    /// Appends value to the pending line (as Latin-1).
+    /// \param value the text, converted with QString::toLatin1 (other characters become '?')
+    /// \return this stream
     LogStreamBase &operator<<(const QString &value);
     /// Appends the text to the pending line.
+    /// \param value NUL-terminated text; null appends "(null)"
+    /// \return this stream
     LogStreamBase &operator<<(const char *value);
     /// Ends the pending line and hands it to the sink.
+    /// \return this stream
     LogStreamBase &operator<<(LoggerEndlineTag);
 
     /// Lines go to standard error (the default).
     void setStandardError();
     /// Lines go to device, which must be open for writing; not owned.
+    /// \param device the device; null means standard error
     void setDevice(QIODevice *device);
     /// Lines are appended to the file at path; false when it cannot be opened.
+    /// \param path the log file, created when missing
+    /// \return true when the file is open; on failure lines go to standard error
     bool setFile(const QString &path);
     /// Each line (without its newline) is handed to callback.
+    /// \param callback receives each line; an empty function means standard error
     void setCallback(std::function<void(const QByteArray &line)> callback);
 
 protected:
     /// A stream of the level with that id, writing to standard error.
+    /// \param levelId the id of the level tag (tracelevel::id or warnlevel::id)
     explicit LogStreamBase(int levelId);
     ~LogStreamBase();
     /// The one stream of the level with that id.
+    /// \param levelId tracelevel::id for the trace stream; any other value gives the warning
+    ///     stream
+    /// \return the stream, alive until the program exits
     static LogStreamBase &forLevel(int levelId);
 
 private:
@@ -106,6 +121,7 @@ class logstream : public LogStreamBase
 {
 public:
     /// The one stream of this level.
+    /// \return the stream, alive until the program exits
     static logstream &instance() { return static_cast<logstream &>(forLevel(Level::id)); }
 
 private:
@@ -117,6 +133,7 @@ private:
 };
 
 /// The warning stream, for warnings of the library's own code.
+/// \return the warning stream
 inline logstream<warnlevel> &warning()
 {
     return logstream<warnlevel>::instance();

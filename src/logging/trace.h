@@ -42,6 +42,10 @@ class TraceScope
 {
 public:
     /// Writes the entry line when tracing is on; file and function must outlive the scope.
+    /// \param file the name shown as the first field of the trace lines
+    /// \param function the function's name shown after "Enter " and "Exit "
+    /// \param line the line number of the entry line, and of an exit line written by the
+    ///     destructor
     TraceScope(const char *file, const char *function, int line)
         : m_file(file)
         , m_function(function)
@@ -62,6 +66,7 @@ public:
     TraceScope &operator=(const TraceScope &) = delete;
 
     /// Writes the exit line with that line number now (once; the destructor then writes none).
+    /// \param line the line number shown in the exit line
     void exit(int line)
     {
         if (__builtin_expect(m_open, false)) {
@@ -72,6 +77,9 @@ public:
 
     template <class T>
     /// exit(line), then hands value through: `return scope.leave(__LINE__, value);`.
+    /// \param line the line number shown in the exit line
+    /// \param value the value to return
+    /// \return value, forwarded
     T &&leave(int line, T &&value)
     {
         exit(line);
@@ -80,6 +88,9 @@ public:
 
     template <class T>
     /// As leave(), with value shown in the exit line.
+    /// \param line the line number shown in the exit line
+    /// \param value the value to return; written with operator<< of the log stream
+    /// \return value, forwarded
     T &&leaveShowing(int line, T &&value)
     {
         if (__builtin_expect(m_open, false)) {

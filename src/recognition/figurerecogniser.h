@@ -59,10 +59,19 @@ extern UTILITY_EXPORT const int cTWO_STROKE_FIGURE;
 /// @name Direction and side-length predicates
 /** @{ */
 /// True when -tol < angle < tol (degrees, both strict). An angle near 180 is not horizontal.
+/// @param angle direction in degrees
+/// @param tol   tolerance in degrees
+/// @return true when angle lies strictly within tol of 0
 UTILITY_EXPORT bool isHorizontal(double angle, double tol);
 /// True when 90 - tol < angle < 90 + tol (degrees, both strict).
+/// @param angle direction in degrees
+/// @param tol   tolerance in degrees
+/// @return true when angle lies strictly within tol of 90
 UTILITY_EXPORT bool isVertical(double angle, double tol);
 /// True when b > 0.8 a and a > 0.8 b (strict; symmetric; false for two zeros).
+/// @param a first length
+/// @param b second length
+/// @return true when each length is more than 0.8 times the other
 UTILITY_EXPORT bool areSidesAlmostSameLength(double a, double b);
 /** @} */
 
@@ -91,20 +100,36 @@ UTILITY_EXPORT int classifyScribble(const QVector<QVector<QPointF>> &strokes, QR
 /// Dispatches on the number of prepared strokes: one goes the closed-figure or the
 /// open-line way, two the branch or two-line way; any other count gives 0 with out a
 /// copy of strokes.
+/// @param strokes     the joined strokes; a single stroke whose ends are close has them
+///                    joined in place (connect1Stroke).
+/// @param rect        out: set by the line tests for a line figure, else left as it is.
+/// @param out         out: the polygon (closed, one stroke) for a closed figure, the
+///                    re-smoothed pair for two strokes, a copy of strokes for any other
+///                    count; untouched for one open stroke.
+/// @param cornerLimit the largest corner count that still makes a polygon.
+/// @param normalize   snap a recognised polygon to the regular form it is close to.
+/// @return one of the category constants above.
 UTILITY_EXPORT int classifyRecogCategory(QVector<QVector<QPointF>> &strokes, QRectF &rect,
     QVector<QVector<QPointF>> &out, int cornerLimit, bool normalize);
 
 /// Smooths each stroke with Util::getSmoothPoints and the given factor; out has exactly
 /// as many strokes as in (an empty stroke stays empty).
+/// @param in    the strokes to smooth.
+/// @param out   out: replaced by the smoothed strokes, in the same order.
+/// @param ratio largest deviation from a piece's chord, as a fraction of the chord's length.
 UTILITY_EXPORT void makeSmoothPoints(
     const QVector<QVector<QPointF>> &in, QVector<QVector<QPointF>> &out, double ratio);
 
 /// Bounding rectangle of the points. Empty input gives x = y = FLT_MAX and
 /// width = height = -2 FLT_MAX.
+/// @param points the points of one stroke.
+/// @return the smallest rectangle holding every point.
 UTILITY_EXPORT QRectF getStrokeRectBound(const QVector<QPointF> &points);
 
 /// out[i] is the axis-parallel bounding box of the segment from point i to point i + 1
 /// (n - 1 entries; none for fewer than two points).
+/// @param points the points of one stroke.
+/// @param out    out: replaced by the segments' bounding boxes.
 UTILITY_EXPORT void getAllSegmentRect(const QVector<QPointF> &points, QVector<QRectF> &out);
 /** @} */
 
@@ -112,22 +137,39 @@ UTILITY_EXPORT void getAllSegmentRect(const QVector<QPointF> &points, QVector<QR
 /** @{ */
 /// True when the stroke's ends lie closer than a tenth of its length (strict); its first
 /// and last point are then both replaced by their midpoint.
+/// @param stroke the stroke; its end points change only when true is returned.
+/// @return true when the stroke is taken as closed.
 UTILITY_EXPORT bool connect1Stroke(QVector<QPointF> &stroke);
 
 /// Reduces a closed stroke to its corners, puts the polygon into out (its only stroke,
 /// also when the figure is then rejected) and classifies it with classifyCloseFigure.
+/// @param stroke      the closed stroke; rotated in place to start at the point farthest
+///                    from the chord of its ends, and closed by repeating that point.
+/// @param out         out: resized to one stroke, the reduced polygon (empty for an empty
+///                    stroke).
+/// @param cornerLimit the largest corner count that still makes a polygon.
+/// @param normalize   snap a recognised polygon to the regular form it is close to.
+/// @return cPOLYGON, cCLOSED_CURVE or cHANDWRITE_DATA.
 UTILITY_EXPORT int checkCloseFigure(
     QVector<QPointF> &stroke, QVector<QVector<QPointF>> &out, int cornerLimit, bool normalize);
 
 /// cPOLYGON for a convex polygon (or a five-corner star) of at most cornerLimit corners,
 /// normalised in place when asked; cCLOSED_CURVE above the limit; 0 otherwise.
+/// @param polygon     the closed corner list (first point repeated at the end).
+/// @param cornerLimit the largest corner count that still makes a polygon.
+/// @param normalize   snap the polygon in place to the regular form it is close to.
+/// @return cPOLYGON, cCLOSED_CURVE or cHANDWRITE_DATA.
 UTILITY_EXPORT int classifyCloseFigure(QVector<QPointF> &polygon, int cornerLimit, bool normalize);
 
 /// True when every turn of the closed polygon, the closing one included, has the same
 /// non-zero sign. False for fewer than three points.
+/// @param polygon the closed corner list (first point repeated at the end).
+/// @return true when the polygon turns the same way at every corner.
 UTILITY_EXPORT bool checkVectorDirection(const QVector<QPointF> &polygon);
 
 /// True when two segments of the point list that share no point intersect.
+/// @param polygon the point list; the first and last segment may meet without counting.
+/// @return true when two segments that are not neighbours cross or touch.
 UTILITY_EXPORT bool hasSelfIntersection(const QVector<QPointF> &polygon);
 
 /**
@@ -170,6 +212,7 @@ UTILITY_EXPORT bool hasSelfIntersection(const QVector<QPointF> &polygon);
  * the list is rotated and its new first point appended again, so the list stays closed.
  * Lists of fewer than five points and open lists are left unchanged. Each pass erases
  * one point, so the work is bounded by the number of points.
+ * @param points the closed corner list, reduced in place.
  */
 UTILITY_EXPORT void removeShortSegment(QVector<QPointF> &points);
 
@@ -180,12 +223,19 @@ UTILITY_EXPORT void removeShortSegment(QVector<QPointF> &points);
  * (180 - calcAngle180 of the two edges seen from the point) is below 30 degrees; the
  * closing point is handled by erasing the first and last entries and appending the
  * new first point again.
+ * @param points the closed corner list, reduced in place.
  */
 UTILITY_EXPORT void removeExtraPoint(QVector<QPointF> &points);
 
 /// Angle between two vectors in degrees, in [0, 180]; 0 when either vector is null.
+/// @param v1 first vector.
+/// @param v2 second vector.
+/// @return the angle in degrees.
 UTILITY_EXPORT double calcAngle(const QPointF &v1, const QPointF &v2);
 /// Unsigned angle between two vectors in degrees, in [0, 180]; 180 when either is null.
+/// @param v1 first vector.
+/// @param v2 second vector.
+/// @return the angle in degrees.
 UTILITY_EXPORT double calcAngle180(const QPointF &v1, const QPointF &v2);
 /** @} */
 
@@ -201,15 +251,19 @@ UTILITY_EXPORT double calcAngle180(const QPointF &v1, const QPointF &v2);
 /// hold. Tried equilateral, then right, then isosceles. Only a right triangle with a leg
 /// near an axis snaps to a right triangle; its legs are made equal only when they are
 /// within 10% of each other.
+/// @param points the closed corner list, changed in place.
 UTILITY_EXPORT void normalizeTriangle(QVector<QPointF> &points);
 /// Square, rectangle (axis-parallel when nearly so), rhombus, parallelogram, kite,
 /// trapezium; the first that fits wins in that order.
+/// @param points the closed corner list, changed in place.
 UTILITY_EXPORT void normalizeQuadrangle(QVector<QPointF> &points);
 /// Regular pentagon about the corners' centroid, when all sides are nearly equal and
 /// all turns within THRESHOLD_ANGLE of 72 degrees (or, for a one-stroke star, of 144).
+/// @param points the closed corner list, changed in place.
 UTILITY_EXPORT void normalizePentagon(QVector<QPointF> &points);
 /// Regular hexagon about the corners' centroid, when all sides are nearly equal and all
 /// turns within THRESHOLD_ANGLE of 60 degrees.
+/// @param points the closed corner list, changed in place.
 UTILITY_EXPORT void normalizeHexagon(QVector<QPointF> &points);
 /** @} */
 

@@ -92,6 +92,8 @@ namespace CFigureRecogniser {
  * later stroke j, from the last down to i + 1, is tried with intersectConnect (2 means
  * joined) and then nearConnect; a joined stroke leaves the list. Returns false, with the
  * strokes as far as they were joined, when more than two strokes cannot be joined.
+ * \param strokes the strokes in drawing order, joined in place
+ * \return true when at most two strokes are left
  */
 UTILITY_EXPORT bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes);
 
@@ -100,23 +102,38 @@ UTILITY_EXPORT bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes);
  * cross but not close to an end of each (a branch or a crossing: nothing is changed),
  * 2 when they cross close to an end of each: base then becomes the joined stroke (see
  * the joining rules above); other is never changed.
+ * \param base stroke whose direction the joined stroke keeps; replaced when 2 is returned
+ * \param other stroke tested against base
+ * \return 0, 1 or 2 as described above; 0 also for a stroke of fewer than two points or
+ *     with a coordinate that is not finite
  */
 UTILITY_EXPORT int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other);
 
 /**
  * Joins other to base when an end of one lies close to an end of the other (see the
  * joining rules above). Returns true when base became the joined stroke.
+ * \param base stroke whose direction the joined stroke keeps; replaced when true is
+ *     returned
+ * \param other stroke joined to base
+ * \return true when the strokes were joined
  */
 UTILITY_EXPORT bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other);
 
 /**
  * Category of one open, smoothed stroke: 0, 103, 114, 115, 203, 204 or 205; sets rect
  * for every category but 0 (left untouched then).
+ * \param stroke the smoothed points of the stroke
+ * \param[out] rect receives the figure's rectangle, as listed above
+ * \return the category
  */
 UTILITY_EXPORT int check1OpenStroke(const QVector<QPointF> &stroke, QRectF &rect);
 
 /**
  * Category of two strokes taken as a pair of lines: 206 or 0. Sets rect only for 206.
+ * \param first the first stroke
+ * \param second the second stroke
+ * \param[out] rect receives the bounds of the four end points
+ * \return 206 or 0
  */
 UTILITY_EXPORT int checkOpenStroke(
     const QVector<QPointF> &first, const QVector<QPointF> &second, QRectF &rect);
@@ -125,6 +142,12 @@ UTILITY_EXPORT int checkOpenStroke(
  * 114 when the two strokes are the two legs of a corner meeting at first[firstIndex]
  * and second[secondIndex]; otherwise 0. Sets rect only for 114. Indexes out of range
  * give 0.
+ * \param first the first stroke
+ * \param second the second stroke
+ * \param firstIndex index of first's meeting end: 0 or its last index
+ * \param secondIndex index of second's meeting end: 0 or its last index
+ * \param[out] rect receives the bounds of the corner and the two far ends
+ * \return 114 or 0
  */
 UTILITY_EXPORT int checkBranchStroke(const QVector<QPointF> &first, const QVector<QPointF> &second,
     int firstIndex, int secondIndex, QRectF &rect);
@@ -133,6 +156,11 @@ UTILITY_EXPORT int checkBranchStroke(const QVector<QPointF> &first, const QVecto
  * 1 when an end of first lies close to an end of second (a corner drawn in two strokes);
  * then firstIndex and secondIndex receive the indexes of those two end points. 0
  * otherwise, indexes untouched.
+ * \param first the first stroke
+ * \param second the second stroke
+ * \param[out] firstIndex receives the index of first's end: 0 or its last index
+ * \param[out] secondIndex receives the index of second's end: 0 or its last index
+ * \return 1 or 0
  */
 UTILITY_EXPORT int checkConnectSpecialEdge(const QVector<QPointF> &first,
     const QVector<QPointF> &second, int &firstIndex, int &secondIndex);

@@ -95,6 +95,9 @@ public:
     /**
      * The escaped XML fragment of value (see the file comment for the format).
      * Copies file resources named by string values as described above.
+     * \param info where file resources are copied to
+     * \param value the value tree to write
+     * \return the escaped fragment
      */
     static QString variantToXMLFragment(const CXMLSerializeInfo &info, const QVariant &value);
 
@@ -103,18 +106,24 @@ public:
      * root element is read as a "value" element whatever its name. Text that is not
      * well-formed XML after deEscape(), or nests deeper than MAX_NESTING_DEPTH, gives
      * an invalid QVariant.
+     * \param fragment the escaped fragment
+     * \return the value tree, or an invalid QVariant
      */
     static QVariant variantFromXMLFragment(const QString &fragment);
 
     /**
      * Replaces < > & " ' by &lt; &gt; &amp; &quot; &apos;. Nothing else is encoded
      * (no control characters, no non-ASCII).
+     * \param text any text
+     * \return the text with the five characters replaced
      */
     static QString escape(const QString &text);
 
     /**
      * Decodes the five entities written by escape(), each occurrence once: "&amp;lt;"
      * becomes "&lt;", not "<". Any other entity, numeric ones included, stays as it is.
+     * \param text escaped text
+     * \return the text with the five entities decoded
      */
     static QString deEscape(const QString &text);
 };
