@@ -283,21 +283,6 @@ TEST_F(InkrecogTest, JsonOutputCarriesCategoryRectAndEachCornerOnce)
     } fit[] = { { "cx", 150 }, { "cy", 120 }, { "rx", 100 }, { "ry", 50 }, { "angle", -30 } };
     for (const auto &f : fit)
         EXPECT_NEAR(ellipse[f.key].toDouble(), f.value, 1.5) << f.key;
-
-    // An independent reader takes the lines as they are.
-    QProcess python;
-    python.start("python3",
-        { "-c",
-            "import json, sys\n"
-            "rows = [json.loads(line) for line in sys.stdin]\n"
-            "print(' '.join('%d/%d' % (r['category'], len(r.get('corners', []))) for r in "
-            "rows))" });
-    if (!python.waitForStarted())
-        GTEST_SKIP() << "python3 is not installed";
-    python.write(run.out);
-    python.closeWriteChannel();
-    ASSERT_TRUE(python.waitForFinished());
-    EXPECT_EQ(python.readAllStandardOutput().trimmed(), "102/4 205/0 101/0");
 }
 
 TEST_F(InkrecogTest, CornerLimitAndNormalisationOptionsReachTheRecogniser)
@@ -345,7 +330,6 @@ TEST_F(InkrecogTest, BadInkFilesAreReportedAndSkipped)
         { "empty.ink", QByteArray(), "empty.ink: 0: empty" },
         { "truncated.ink", square.left(square.size() / 2), "truncated.ink: 4: point count" },
         { "lying.ink", int32s({ 1000000, 0 }), "lying.ink: 0: stroke count 1000000 cannot fit" },
-        { "negative.ink", int32s({ -7 }), "negative.ink: 0: negative stroke count" },
         { "trailing.ink", square + "x",
             "trailing.ink: " + QByteArray::number(square.size()) + ": 1 trailing bytes" },
         { "text.ink", "this is not ink at all\n", "text.ink: 0: " },

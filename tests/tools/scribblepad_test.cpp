@@ -1,22 +1,18 @@
 // The pad as a user meets it: a real X server and window manager, the pointer and the
 // keyboard driven with xdotool. The pad's report file (--report-file) tells what it
-// holds after each classification, so the checks look at its state, not at pixels; a
-// screenshot of each run is kept in the test output folder for a person to look at.
+// holds after each classification, so the checks look at its state, not at pixels.
 #include "inkbytes.h"
 #include "support/printers.h"
 
 #include <libutility/ink/scribble.h>
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPixmap>
 #include <QProcess>
-#include <QScreen>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QThread>
@@ -123,14 +119,6 @@ QVector<QPointF> byHand(const QVector<QPointF> &corners, unsigned seed)
     return out;
 }
 
-void screenshot(const QString &name)
-{
-    QThread::msleep(300); // the pad repaints after it reported
-    QDir().mkpath(TOOLS_TEST_OUTPUT_DIR);
-    const QPixmap shot = QGuiApplication::primaryScreen()->grabWindow(0);
-    EXPECT_TRUE(shot.save(QDir(TOOLS_TEST_OUTPUT_DIR).filePath(name + ".png")));
-}
-
 class ScribblePad : public testing::Test
 {
 protected:
@@ -191,7 +179,6 @@ TEST_F(ScribblePad, RoughFiguresBecomeCleanFiguresAndUndoBringsTheInkBack)
             EXPECT_NEAR(e["ry"].toDouble(), 60, 4);
             EXPECT_NEAR(e["angle"].toDouble(), 20, 3);
         }
-        screenshot(QStringLiteral("scribblepad-%1").arg(c.name));
 
         pad.key("ctrl+z");
         const QJsonObject undone = pad.waitFor("undo");
@@ -199,7 +186,6 @@ TEST_F(ScribblePad, RoughFiguresBecomeCleanFiguresAndUndoBringsTheInkBack)
         const QJsonObject ink = undone["scribbles"].toArray()[0].toObject();
         EXPECT_EQ(ink["state"].toString(), "ink") << "undo restores the original ink";
         EXPECT_EQ(ink["strokes"].toInt(), 1);
-        screenshot(QStringLiteral("scribblepad-%1-undone").arg(c.name));
     }
 }
 
@@ -221,7 +207,6 @@ TEST_F(ScribblePad, HandwritingStaysInkAndNewStrokesStartANewScribble)
     ASSERT_EQ(scribbles.size(), 2);
     EXPECT_EQ(scribbles[0].toObject()["state"].toString(), "ink");
     EXPECT_EQ(scribbles[1].toObject()["state"].toString(), "figure");
-    screenshot("scribblepad-handwriting");
 }
 
 TEST_F(ScribblePad, TheClassifyKeyDoesNotWaitForTheLongPauseAndTwoStrokesMakeOneFigure)
@@ -252,7 +237,6 @@ TEST_F(ScribblePad, OpensASampleAndSavesTheCleanFigure)
     ASSERT_TRUE(run("xdotool", { "type", "--delay", "20", saved }));
     pad.key("Return");
     ASSERT_FALSE(pad.waitFor("saved").isEmpty());
-    screenshot("scribblepad-triangle");
 
     std::ifstream in(saved.toStdString(), std::ios::binary);
     CScribble scribble;
@@ -274,5 +258,4 @@ TEST_F(ScribblePad, ADamagedFileIsRefusedWithoutACrash)
     ASSERT_FALSE(pad.waitFor("ready").isEmpty());
     EXPECT_TRUE(pad.waitFor("opened", 1000).isEmpty());
     EXPECT_TRUE(pad.running());
-    screenshot("scribblepad-damaged-file");
 }
