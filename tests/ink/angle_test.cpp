@@ -44,7 +44,6 @@ TEST(Angle, ArithmeticFoldsAndComparesRawValues)
     // Near 0 and near one turn are far apart in raw radians.
     EXPECT_FALSE(CAngle(0.0).approximatelyEqualTo(CAngle(T)));
 
-    std::istringstream in(inktest::bytes({ 0, 0, 0, 0, 0, 0, 0xF0, 0xBF })); // -1.0
-    a.readFrom(in);
+    inktest::readInto(a, inktest::bytes({ 0, 0, 0, 0, 0, 0, 0xF0, 0xBF })); // -1.0
     EXPECT_EQ(a.getAngle(), T - 1.0);
 }

@@ -8,8 +8,6 @@
 
 #include <libutility/ink/binaryread.h>
 #include <libutility/ink/nrect.h>
-#include <libutility/logging/logstream.h>
-#include <libutility/logging/logsystem.h>
 
 #include <gtest/gtest.h>
 

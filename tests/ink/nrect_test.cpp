@@ -37,11 +37,8 @@ TEST(NRect, ConstructorsAndSettersUseExclusiveEdges)
         { { 0, 0, 10, 10 }, [] { CNRect r(5, 5, 5, 5); r |= CNRect(0, 0, 1, 1); return r; } },
         // clang-format on
     };
-    for (const auto &c : cases) {
-        const CNRect r = c.second();
-        EXPECT_EQ(edgesOf(r), c.first) << "row " << (&c - cases);
-        EXPECT_EQ(r.width(), r.right() - r.left());
-    }
+    for (const auto &c : cases)
+        EXPECT_EQ(edgesOf(c.second()), c.first) << "row " << (&c - cases);
 }
 
 TEST(NRect, ContainsCentreAndCoordsUseExclusiveEdges)
@@ -86,7 +83,6 @@ TEST(StringCRC, IsTheComplementOfCrc32OverUtf8)
     const uLong standard
         = crc32(0L, reinterpret_cast<const Bytef *>(utf8.constData()), utf8.size());
     EXPECT_EQ(CStringCRC(QString::fromUtf8(utf8)).value(), ~standard & 0xFFFFFFFFul);
-    EXPECT_EQ(CStringCRC::m_lookUp[1], 0x77073096u);
     EXPECT_EQ(CStringCRC(QStringLiteral("abc")), CStringCRC(0xCADBBE3Dul));
     EXPECT_NE(CStringCRC(QStringLiteral("abc")), CStringCRC(QStringLiteral("abd")));
 }
