@@ -4,6 +4,10 @@
 
 #include <QColor>
 #include <QDateTime>
+#include <QFileInfo>
+#include <QTemporaryDir>
+
+#include <fstream>
 #include <functional>
 #include <tuple>
 
@@ -144,4 +148,15 @@ TEST(BinaryRead, PointReaderBehavesAsIstreamReadInEveryStreamState)
         in.clear();
         EXPECT_EQ(in.tellg(), consumed);
     }
+
+    // The tied stream is flushed first, even when the bytes are already buffered.
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("prompt.txt"));
+    std::ofstream prompt(path.toStdString());
+    prompt << "point?";
+    std::istringstream in(point);
+    in.tie(&prompt);
+    QPoint p;
+    binaryRead(in, p);
+    EXPECT_EQ(QFileInfo(path).size(), 6);
 }
