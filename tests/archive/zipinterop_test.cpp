@@ -1,4 +1,4 @@
-// Interoperation with independent peers: Info-ZIP's zip/unzip/zipinfo and Python's
+// Interoperation with independent peers: Info-ZIP's zip and unzip and Python's
 // zipfile module, run as real processes on real files.
 #include "ziptestkit.h"
 
@@ -18,7 +18,7 @@ z = zipfile.ZipFile(sys.argv[1])
 z.setpassword(sys.argv[3].encode())
 z.extractall(sys.argv[2])
 print(json.dumps([{"name": i.filename, "flags": i.flag_bits, "method": i.compress_type,
-                   "year": i.date_time[0], "mode": i.external_attr >> 16,
+                   "date": "%d-%02d-%02d" % i.date_time[:3], "mode": i.external_attr >> 16,
                    "comment": i.comment.decode()} for i in z.infolist()]))
 )";
 
@@ -60,73 +60,48 @@ protected:
     };
 };
 
-// Our own reader, unzip and Python's zipfile all read what ZipFile writes, and agree on
-// the UTF-8 flag, encryption, method, date, permissions and comment of every entry.
+// unzip and Python's zipfile read what ZipFile writes, and agree on the UTF-8 flag,
+// encryption, method, date, permissions and comment of every entry.
 TEST_F(ZipInterop, PeersReadWhatZipFileWrites)
 {
-    const std::tuple<const char *, int, std::string> variants[] = {
-        { "stored", 0, "" },
-        { "default level", -1, "" },
-        { "encrypted level 9", 9, "pässwörd" },
-        { "encrypted stored", 0, "pw-1234" },
-    };
+    const std::tuple<const char *, int, std::string> variants[]
+        = { { "stored", 0, "" }, { "default level", -1, "" },
+              { "encrypted level 9", 9, "pässwörd" }, { "encrypted stored", 0, "pw-1234" } };
     for (const auto &[label, level, password] : variants) {
         SCOPED_TRACE(label);
-        {
-            ZipFile zip(zipPath());
-            zip.setCompressLevel(level);
-            zip.setPassword(password);
-            for (const auto &f : files)
-                ASSERT_TRUE(zip.addFile(src(), f.first, "note")) << zip.errorString();
-            ASSERT_TRUE(zip.close());
-        }
-        UnzipFile ours(zipPath());
-        ours.setPassword(password);
-        ASSERT_EQ(ours.getFileNum(), int(files.size()));
-        for (const auto &f : files) {
-            QByteArray out("prefix"); // extractFile appends
-            ASSERT_TRUE(ours.extractFile(f.first.toUtf8().constData(), out)) << ours.errorString();
-            EXPECT_EQ(out, "prefix" + f.second) << f.first;
-        }
-        const QString byUs = tmp.filePath(QString("ours-") + label);
-        ASSERT_TRUE(ours.gotoFirstFile());
-        ASSERT_TRUE(ours.extractAll(byUs)) << ours.errorString();
-        expectSameFiles(byUs);
-
-        const QString pw = QString::fromStdString(password);
-        const QStringList unzip
-            = pw.isEmpty() ? QStringList { "-q" } : QStringList { "-q", "-P", pw };
-        const auto tested = run("unzip", QStringList(unzip) << "-t" << zipPath());
-        EXPECT_EQ(tested.first, 0) << tested.second;
+        ZipFile zip(zipPath());
+        zip.setCompressLevel(level);
+        zip.setPassword(password);
+        for (const auto &f : files)
+            ASSERT_TRUE(zip.addFile(src(), f.first, "note")) << zip.errorString();
+        ASSERT_TRUE(zip.close());
+        const QString pw = QString::fromStdString(password); // "": unencrypted entries
         const QString byUnzip = tmp.filePath(QString("unzip-") + label);
-        const auto extracted = run("unzip", QStringList(unzip) << zipPath() << "-d" << byUnzip);
+        const auto extracted = run("unzip", { "-q", "-P", pw, zipPath(), "-d", byUnzip });
         EXPECT_EQ(extracted.first, 0) << extracted.second;
         expectSameFiles(byUnzip);
-        EXPECT_TRUE(QFileInfo(byUnzip + "/run.sh").permissions() & QFile::ExeOwner);
 
         const QString byPython = tmp.filePath(QString("python-") + label);
         const auto py = run("python3", { "-c", cPythonExtract, zipPath(), byPython, pw });
         ASSERT_EQ(py.first, 0) << py.second;
         expectSameFiles(byPython);
-        const QJsonArray infos = QJsonDocument::fromJson(py.second).array();
+        const QJsonArray infos = QJsonDocument::fromJson(py.second.toUtf8()).array();
         ASSERT_EQ(infos.size(), int(files.size()));
         for (const QJsonValue &value : infos) {
             const QJsonObject info = value.toObject();
             const QString name = info["name"].toString();
             SCOPED_TRACE(name.toStdString());
-            const int flags = info["flags"].toInt();
-            EXPECT_EQ(bool(flags & 0x800), name.toUtf8().size() != name.size());
-            EXPECT_EQ(bool(flags & 1), !password.empty());
+            EXPECT_EQ(bool(info["flags"].toInt() & 0x800), name.toUtf8().size() != name.size());
+            EXPECT_EQ(bool(info["flags"].toInt() & 1), !password.empty());
             EXPECT_EQ(info["method"].toInt(), level == 0 ? 0 : 8);
-            EXPECT_GE(info["year"].toInt(), 2020) << "date taken from the file, not zeroed";
+            EXPECT_EQ(info["date"].toString(),
+                QFileInfo(src() + '/' + name).lastModified().date().toString(Qt::ISODate));
             EXPECT_EQ(info["comment"].toString(), "note");
             struct stat st;
             ASSERT_EQ(::stat(QFile::encodeName(src() + '/' + name).constData(), &st), 0);
             EXPECT_EQ(info["mode"].toInt() & 0777, int(st.st_mode & 0777));
         }
     }
-    const auto info = run("zipinfo", { zipPath(), "run.sh" });
-    EXPECT_TRUE(info.second.startsWith("-rwxr-xr-x")) << info.second;
 }
 
 TEST_F(ZipInterop, ZipFileReadsWhatPeersWrite)
@@ -153,14 +128,10 @@ TEST_F(ZipInterop, ZipFileReadsWhatPeersWrite)
         expectSameFiles(out);
         if (password.empty())
             continue;
-        const QString wrong = tmp.filePath(QString("wrong-") + label);
         UnzipFile reader(peer);
         reader.setPassword("not the password");
-        QByteArray content;
-        EXPECT_FALSE(reader.extractFile("plain.txt", content));
-        EXPECT_TRUE(content.isEmpty());
-        EXPECT_FALSE(reader.extractAll(wrong));
-        EXPECT_TRUE(tree(wrong).filter("plain.txt").isEmpty()) << "nothing written";
+        EXPECT_FALSE(reader.extractAll(tmp.filePath("wrong")));
+        EXPECT_TRUE(tree(tmp.filePath("wrong")).filter("plain.txt").isEmpty()) << "nothing written";
     }
 }
 

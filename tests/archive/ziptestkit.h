@@ -26,10 +26,6 @@ inline std::ostream &operator<<(std::ostream &os, const QString &text)
 {
     return os << text.toStdString();
 }
-inline std::ostream &operator<<(std::ostream &os, const QByteArray &text)
-{
-    return os << text.toStdString();
-}
 
 namespace ziptest {
 
@@ -67,7 +63,7 @@ inline QStringList tree(const QString &root)
 
 // Runs a peer program to its end: its exit code (-1 for a crash or a hang) and its
 // output, stdout and stderr merged.
-inline std::pair<int, QByteArray> run(
+inline std::pair<int, QString> run(
     const QString &program, const QStringList &arguments, const QString &workingDirectory = {})
 {
     QProcess process;
@@ -76,7 +72,7 @@ inline std::pair<int, QByteArray> run(
     process.start(program, arguments);
     const bool done
         = process.waitForFinished(120000) && process.exitStatus() == QProcess::NormalExit;
-    return { done ? process.exitCode() : -1, process.readAll() };
+    return { done ? process.exitCode() : -1, QString::fromUtf8(process.readAll()) };
 }
 
 inline uint32_t crcOf(const QByteArray &data)
@@ -84,32 +80,40 @@ inline uint32_t crcOf(const QByteArray &data)
     return crc32(0, reinterpret_cast<const Bytef *>(data.constData()), uInt(data.size()));
 }
 
-// Raw deflate data (no zlib header or trailer), as zip entries hold it.
-inline QByteArray rawDeflate(const QByteArray &data)
-{
-    uLongf size = compressBound(uLong(data.size()));
-    QByteArray out(int(size), Qt::Uninitialized);
-    compress2(reinterpret_cast<Bytef *>(out.data()), &size,
-        reinterpret_cast<const Bytef *>(data.constData()), uLong(data.size()), 9);
-    return out.mid(2, int(size) - 6);
-}
-
-// One entry of a hand-made archive. Unset sizes and CRC are computed from `data`, which is
-// stored as given (method and flags only label it).
+// One entry of a hand-made archive. `data` is stored as given (method and flags only
+// label it); stored() and deflated() fill in the sizes and CRC the headers claim.
 struct RawEntry
 {
     QByteArray name;
     QByteArray data;
     uint16_t method = 0;
     uint16_t flag = 0;
-    int64_t crc = -1;
-    int64_t packedSize = -1;
-    int64_t size = -1;
+    uint32_t crc = 0;
+    uint32_t packedSize = 0;
+    uint32_t size = 0;
     uint16_t madeBy = 20;
     uint32_t attributes = 0;
-    QByteArray extra;
     int sameDataAs = -1; // index of an earlier entry whose local header this one reuses
 };
+
+inline RawEntry stored(const QByteArray &name, const QByteArray &data)
+{
+    return RawEntry { name, data, 0, 0, crcOf(data), uint32_t(data.size()), uint32_t(data.size()) };
+}
+
+// The entry holds raw deflate data (no zlib header or trailer) of content.
+inline RawEntry deflated(const QByteArray &name, const QByteArray &content)
+{
+    uLongf size = compressBound(uLong(content.size()));
+    QByteArray out(int(size), Qt::Uninitialized);
+    compress2(reinterpret_cast<Bytef *>(out.data()), &size,
+        reinterpret_cast<const Bytef *>(content.constData()), uLong(content.size()), 9);
+    RawEntry e = stored(name, out.mid(2, int(size) - 6));
+    e.method = 8;
+    e.crc = crcOf(content);
+    e.size = content.size();
+    return e;
+}
 
 // Appends little-endian fields of the given byte widths.
 inline void put(QByteArray &b, std::initializer_list<std::pair<uint64_t, int>> fields)
@@ -124,25 +128,22 @@ inline QByteArray buildZip(const std::vector<RawEntry> &entries)
     QByteArray file, directory;
     std::vector<uint32_t> offsets;
     for (const RawEntry &e : entries) {
-        const uint32_t crc = e.crc >= 0 ? uint32_t(e.crc) : crcOf(e.data);
-        const uint32_t packed
-            = e.packedSize >= 0 ? uint32_t(e.packedSize) : uint32_t(e.data.size());
-        const uint32_t size = e.size >= 0 ? uint32_t(e.size) : uint32_t(e.data.size());
-        // From the flags to the extra field's length, both headers agree. 2024-01-01 00:00.
+        // From the flags to the extra field's length (none), both headers agree. 2024-01-01
+        // 00:00.
         QByteArray common;
         put(common,
-            { { e.flag, 2 }, { e.method, 2 }, { 0x58210000, 4 }, { crc, 4 }, { packed, 4 },
-                { size, 4 }, { e.name.size(), 2 }, { e.extra.size(), 2 } });
+            { { e.flag, 2 }, { e.method, 2 }, { 0x58210000, 4 }, { e.crc, 4 }, { e.packedSize, 4 },
+                { e.size, 4 }, { e.name.size(), 2 }, { 0, 2 } });
         offsets.push_back(
             e.sameDataAs >= 0 ? offsets[size_t(e.sameDataAs)] : uint32_t(file.size()));
         if (e.sameDataAs < 0) {
             put(file, { { 0x04034b50, 4 }, { 20, 2 } });
-            file.append(common).append(e.name).append(e.extra).append(e.data);
+            file.append(common).append(e.name).append(e.data);
         }
         put(directory, { { 0x02014b50, 4 }, { e.madeBy, 2 }, { 20, 2 } });
         directory.append(common);
         put(directory, { { 0, 6 }, { e.attributes, 4 }, { offsets.back(), 4 } });
-        directory.append(e.name).append(e.extra);
+        directory.append(e.name);
     }
     const uint32_t directoryOffset = uint32_t(file.size());
     file.append(directory);
