@@ -7,6 +7,7 @@
 
 #include <QProcess>
 #include <QStandardPaths>
+#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -98,6 +99,21 @@ TEST(DesktopEnvironment, ReadsPropertiesInOrder)
         EXPECT_EQ(probe(c.gnomeSession), QString("%1 %1").arg(c.expected));
         if (window != None && c.wm != "stale")
             XDestroyWindow(display, window);
+    }
+
+    // A real window manager: once metacity has published its check window, its name wins
+    // over the KDE property.
+    if (!QStandardPaths::findExecutable("metacity").isEmpty()) {
+        set(root, "KDE_FULL_SESSION", XA_STRING, 8, "true");
+        QProcess wm;
+        wm.start("metacity", { "--display=" + name, "--replace", "--sm-disable" });
+        ASSERT_TRUE(wm.waitForStarted(10000));
+        QString answer;
+        for (int i = 0; i < 100 && (answer = probe(nullptr)) != "0 0"; ++i)
+            QThread::msleep(200);
+        EXPECT_EQ(answer, QString("0 0"));
+        wm.terminate();
+        wm.waitForFinished(5000);
     }
 
     XCloseDisplay(display);
