@@ -122,7 +122,7 @@ TEST(FigureRecogniserHelpers, RectBoundOfEmptyListIsInvertedAndSegmentBoxes)
     EXPECT_TRUE(rects.isEmpty());
 }
 
-TEST(ClosedFigureTests, ClosesOnlyStrictlyInsideATenth)
+TEST(ClosedFigureTests, ClosureConvexityAndTheOneSelfCrossingPolygon)
 {
     // A U of length 100 whose ends are exactly 10 apart: not closed.
     Stroke u = { QPointF(0, 0), QPointF(0, 45), QPointF(10, 45), QPointF(10, 0) };
@@ -133,10 +133,7 @@ TEST(ClosedFigureTests, ClosesOnlyStrictlyInsideATenth)
     EXPECT_TRUE(connect1Stroke(narrower));
     EXPECT_EQ(narrower.first(), QPointF(4.95, 0));
     EXPECT_EQ(narrower.last(), QPointF(4.95, 0));
-}
 
-TEST(ClosedFigureTests, ConvexTurningOneWayAndOnlyTheStarCrossesItself)
-{
     const Stroke square
         = { QPointF(0, 0), QPointF(10, 0), QPointF(10, 10), QPointF(0, 10), QPointF(0, 0) };
     const Stroke collinear = { QPointF(0, 0), QPointF(5, 0), QPointF(10, 0), QPointF(10, 10),
@@ -173,15 +170,22 @@ TEST(CornerReduction, RemoveExtraPointOnlyOnSixOrSevenPointsAndUnsignedAngles)
     EXPECT_EQ(seven,
         Stroke(
             { QPointF(100, 0), QPointF(100, 60), QPointF(0, 60), QPointF(0, 0), QPointF(100, 0) }));
+    // Five corners, two nearly straight: the first within 10 degrees of straight goes,
+    // not the straighter one after it.
+    Stroke six = { QPointF(0, 0), QPointF(50, -4), QPointF(100, 0), QPointF(76, 50),
+        QPointF(50, 100), QPointF(0, 0) };
+    removeExtraPoint(six);
+    EXPECT_EQ(six,
+        Stroke(
+            { QPointF(0, 0), QPointF(100, 0), QPointF(76, 50), QPointF(50, 100), QPointF(0, 0) }));
     Stroke five = { QPointF(0, 0), QPointF(5, 0), QPointF(10, 0), QPointF(0, 10), QPointF(0, 0) };
     const Stroke before = five;
     removeExtraPoint(five);
     EXPECT_EQ(five, before);
 
-    EXPECT_NEAR(calcAngle(QPointF(1, 0), QPointF(0, 1)), 90.0, 1e-12);
     EXPECT_NEAR(calcAngle(QPointF(1, 0), QPointF(0, -1)), 90.0, 1e-12);
     EXPECT_NEAR(calcAngle180(QPointF(1, 0), QPointF(-1, 1e-12)), 180.0, 1e-6);
-    EXPECT_EQ(calcAngle(QPointF(0, 0), QPointF(1, 0)), 0.0);
+    EXPECT_EQ(calcAngle(QPointF(1, 0), QPointF(0, 1e-10)), 0.0); // a virtually null vector
     // Parallel vectors whose cosine rounds above 1 still give a number.
     EXPECT_FALSE(std::isnan(calcAngle(QPointF(0.1, 0.3), QPointF(0.1, 0.3) * 3.0)));
 }
@@ -200,7 +204,6 @@ TEST(ClassifyScribble, ClosedFiguresInOneStroke)
         { "square", drawClosed(square), 6, 102, 4, true },
         { "square at limit 3", drawClosed(square), 3, 101, 0, false },
         { "one-stroke star", drawClosed(regular(5, 120, -90, 2)), 6, 102, 5, true },
-        { "heptagon above the limit", drawClosed(regular(7, 180), 0.3), 6, 101, 0, false },
         { "heptagon within the limit", drawClosed(regular(7, 180), 0.3), 8, 102, 7, false },
         { "arrowhead (concave)",
             drawClosed({ { 100, 100 }, { 300, 200 }, { 100, 300 }, { 170, 200 } }), 6, 0, 0,
@@ -346,6 +349,8 @@ TEST(ShapeNormalisers, SnapRoughShapesAndLeaveShapesNearNoFormAsDrawn)
         { "right triangle", normalizeTriangle,
             { { 100, 100 }, { 184, 113 }, { 100, 40 }, { 100, 100 } },
             { { 100, 100 }, { 185, 100 }, { 100, 40 }, { 100, 100 } } },
+        { "isosceles already", normalizeTriangle,
+            { { 50, -110 }, { 100, 0 }, { 0, 0 }, { 50, -110 } }, {} },
         { "legs 10:9 stay unequal", normalizeTriangle,
             { { 0, 0 }, { 100, 0 }, { 0, 90 }, { 0, 0 } }, {} },
         { "scalene triangle", normalizeTriangle, { { 0, 0 }, { 200, 0 }, { 150, 60 }, { 0, 0 } },
@@ -526,7 +531,6 @@ TEST(JoiningStrokes, IntersectAndNearConnectKeepTheBaseDirection)
             { QPointF(0, -5), QPointF(0, 100), QPointF(105, 100) }, 2,
             { QPointF(0, 0), QPointF(100, 0), QPointF(100, 100), QPointF(0, 100), QPointF(0, 0) } },
         { "X", diagonal, { QPointF(0, 100), QPointF(100, 0) }, 1, {} },
-        { "parallel", diagonal, { QPointF(10, 0), QPointF(110, 100) }, 0, {} },
         { "empty", diagonal, {}, 0, {} },
     };
     for (const auto &c : cases) {
