@@ -358,7 +358,7 @@ TEST(NoiseFilters, ZigzagFilterLeavesFiniteStrokesAloneAndLoopsCollapse)
         LogCapture<> capture(c.traced ? QStringLiteral("TRACE") : QStringLiteral("WARN"));
         removeNoise(points);
         EXPECT_EQ(points, c.filtered) << c.points.size() << " points, traced " << c.traced;
-        // Traced, the lines carry the units' file names.
+        // Traced, the geometry kernel's lines carry its unit's file name.
         EXPECT_EQ(capture.lines.value(1).section('\t', 0, 0), c.traced ? "geometry" : "");
     }
 
