@@ -129,10 +129,9 @@ TEST(ClosedFigureTests, ClosureConvexityAndTheOneSelfCrossingPolygon)
     const Stroke before = u;
     EXPECT_FALSE(connect1Stroke(u));
     EXPECT_EQ(u, before);
-    Stroke narrower = { QPointF(0, 0), QPointF(0, 45), QPointF(9.9, 45), QPointF(9.9, 0) };
-    EXPECT_TRUE(connect1Stroke(narrower));
-    EXPECT_EQ(narrower.first(), QPointF(4.95, 0));
-    EXPECT_EQ(narrower.last(), QPointF(4.95, 0));
+    Stroke narrow = { QPointF(0, 0), QPointF(0, 45), QPointF(9, 45), QPointF(9, 0) };
+    EXPECT_TRUE(connect1Stroke(narrow));
+    EXPECT_EQ(narrow, Stroke({ QPointF(4.5, 0), QPointF(0, 45), QPointF(9, 45), QPointF(4.5, 0) }));
 
     const Stroke square
         = { QPointF(0, 0), QPointF(10, 0), QPointF(10, 10), QPointF(0, 10), QPointF(0, 0) };
@@ -531,6 +530,7 @@ TEST(JoiningStrokes, IntersectAndNearConnectKeepTheBaseDirection)
             { QPointF(0, -5), QPointF(0, 100), QPointF(105, 100) }, 2,
             { QPointF(0, 0), QPointF(100, 0), QPointF(100, 100), QPointF(0, 100), QPointF(0, 0) } },
         { "X", diagonal, { QPointF(0, 100), QPointF(100, 0) }, 1, {} },
+        { "infinite", diagonal, { QPointF(0, 50), QPointF(kInf, 50) }, 0, {} },
         { "empty", diagonal, {}, 0, {} },
     };
     for (const auto &c : cases) {
