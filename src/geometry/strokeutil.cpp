@@ -20,6 +20,8 @@ struct SmoothScratch
     QVector<SegmentIndex> segments;
     std::vector<SegmentIndex> pieces;
     std::vector<double> distances;
+    std::vector<int> ends;
+    std::vector<int> open, opened;
 };
 
 // Whether a piece's indexes fit a stroke of n points with the given step lengths.
@@ -195,6 +197,54 @@ void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &len
     TRACE_EXIT();
 }
 
+// The passes of divideIntoSegments, from the whole stroke (at least three points) until
+// a pass splits nothing, when no trace is written. Each pass makes exactly the decisions
+// of divideRuggedPass, but looks only at the pieces that may still split: the pieces are
+// a chain of break points (ends[s] is the last point of the piece that starts at point
+// s), and the pieces still open are listed by their first points. A pass goes from the
+// last open piece to the first, as divideRuggedPass does, so ends[] gives each piece's
+// following piece as this pass left it. A piece that does not split is closed (its flag
+// false, as the pass leaves it); a piece of one step is never looked at (its flag stays
+// true).
+void splitUntilSmooth(const QVector<QPointF> &points, const QVector<double> &lengths,
+    QVector<SegmentIndex> &segments, double totalLength, double ratio, SmoothScratch &scratch)
+{
+    const int n = points.size();
+    const QPointF *p = points.constData();
+    const double *len = lengths.constData();
+    scratch.ends.resize(std::size_t(n));
+    if (scratch.distances.size() < std::size_t(n))
+        scratch.distances.resize(std::size_t(n));
+    int *ends = scratch.ends.data();
+    std::vector<int> &open = scratch.open;
+    std::vector<int> &opened = scratch.opened;
+    ends[0] = n - 1;
+    open.assign(1, 0);
+    while (!open.empty()) {
+        // open lists first points from the last piece to the first.
+        opened.clear();
+        for (const int start : open) {
+            const int end = ends[start];
+            const SegmentIndex following { end, end < n - 1 ? ends[end] : end, true };
+            const SegmentIndex piece { start, end, true };
+            const int best = splitPoint<Util::detail::SegmentDistance>(p, len, piece,
+                end < n - 1 ? &following : nullptr, totalLength, ratio,
+                scratch.distances.data());
+            if (best < 0)
+                continue;
+            ends[start] = best;
+            ends[best] = end;
+            if (end - best > 1)
+                opened.push_back(best);
+            if (best - start > 1)
+                opened.push_back(start);
+        }
+        open.swap(opened);
+    }
+    for (int start = 0; start < n - 1; start = ends[start])
+        segments.append(SegmentIndex { start, ends[start], ends[start] - start <= 1 });
+}
+
 // getSmoothPoints with the given working space.
 void smoothPoints(
     const QVector<QPointF> &points, QVector<QPointF> &out, double ratio, SmoothScratch &scratch)
@@ -308,6 +358,11 @@ void divideIntoSegments(const QVector<QPointF> &points, QVector<SegmentIndex> &s
     const double total = Util::calcStrokeLength(points, lengths);
     segments.clear();
     segments.reserve(std::max(n - 1, 1));
+    if (!basic_logging::traceEnabled() && n > 2) {
+        splitUntilSmooth(points, lengths, segments, total, ratio, scratch);
+        TRACE_EXIT();
+        return;
+    }
     segments.append(SegmentIndex { 0, n - 1, true });
     // Terminates: a split always lands strictly inside its piece, so both halves are
     // shorter and at most n - 2 splits can happen.
