@@ -225,10 +225,23 @@ TEST(Segmentation, SplitsWhereTheChordDeviationCalls)
         { { QPointF(1, 1) }, 0.1, { { 0, 0, true } } },
         { {}, 0.1, { { 0, -1, true } } },
     };
+    Points spiral; // many pieces, found over several passes
+    for (int i = 0; i < 300; ++i)
+        spiral.append(QPointF(i * std::cos(i * 0.3), i * std::sin(i * 0.21)));
     for (const Case &c : cases) {
         Pieces segments;
         divideStrokeToSegments(c.points, segments, c.ratio);
         EXPECT_EQ(segments, c.expected) << c.points.size() << " points, ratio " << c.ratio;
+    }
+    // Untraced, the passes skip the pieces that can no longer split; traced, every pass
+    // looks at every piece. Both must find the same pieces.
+    for (const Case &c : { cases[1], cases[2], Case { spiral, 0.01, {} } }) {
+        Pieces fast, traced;
+        divideStrokeToSegments(c.points, fast, c.ratio);
+        LogCapture<> capture;
+        divideStrokeToSegments(c.points, traced, c.ratio);
+        EXPECT_EQ(fast, traced);
+        EXPECT_GT(fast.size(), 1);
     }
     // The smoothed stroke is the first point and the end of each piece of the thinned one.
     Points out { QPointF(1, 1) };
