@@ -355,100 +355,6 @@ TEST_F(InkrecogTest, BadInkFilesAreReportedAndSkipped)
     EXPECT_EQ(run.err.count('\n'), int(std::size(bad))) << run.err.toStdString();
 }
 
-TEST_F(InkrecogTest, JsonLinesAreReadLineByLineAndBadLinesSkipped)
-{
-    QByteArray lines = jsonLine(polygon(3), "triangle");
-    lines += "\n"; // blank lines do not count as scribbles
-    lines += "{\"strokes\": [[[1, 2], [3]]]}\n";
-    lines += "not json\n";
-    lines += jsonLine(polygon(4), "rectangle");
-    writeFile(path("set.jsonl"), lines);
-    const ToolRun run = inkrecog({ "--json", "set.jsonl" }, {}, m_dir.path());
-    EXPECT_EQ(run.status, 1);
-    const QList<QJsonObject> objects = run.json();
-    ASSERT_EQ(objects.size(), 2) << run.err.toStdString();
-    EXPECT_EQ(objects[0]["source"].toString(), "set.jsonl:1");
-    EXPECT_EQ(objects[0]["label"].toString(), "triangle");
-    EXPECT_EQ(objects[0]["category"].toInt(), 102);
-    EXPECT_EQ(objects[1]["source"].toString(), "set.jsonl:5");
-    EXPECT_TRUE(run.err.contains("set.jsonl:3: point 2 of stroke 1")) << run.err.toStdString();
-    EXPECT_TRUE(run.err.contains("set.jsonl:4: not JSON")) << run.err.toStdString();
-}
-
-TEST_F(InkrecogTest, DirectoriesAreSearchedAtAnyDepthInPathOrder)
-{
-    writeFile(path("set/b.ink"), inkBytes({ polygon(4) }));
-    writeFile(path("set/a/deep/c.jsonl"), jsonLine(polygon(3), "triangle"));
-    writeFile(path("set/notes.txt"), "not an input");
-    writeFile(path("set/.hidden/d.ink"), "broken");
-    const ToolRun run = inkrecog({ "--json", "set" }, {}, m_dir.path());
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
-    QStringList sources;
-    for (const QJsonObject &object : run.json())
-        sources << object["source"].toString();
-    EXPECT_EQ(sources, QStringList({ "set/a/deep/c.jsonl:1", "set/b.ink" }));
-}
-
-TEST_F(InkrecogTest, StandardInputIsReadAsInkOrJsonByItsContent)
-{
-    struct Case
-    {
-        const char *name;
-        QByteArray input;
-        int status;
-        int category;
-    };
-    const Case cases[] = {
-        { "ink", inkBytes({ polygon(4) }), 0, 102 },
-        { "json", jsonLine(polygon(3), "t"), 0, 102 },
-        { "lying ink", int32s({ 5, 100 }), 1, -1 },
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.name);
-        const ToolRun run = inkrecog({ "--json", "-" }, c.input);
-        EXPECT_EQ(run.status, c.status) << run.err.toStdString();
-        if (c.category < 0) {
-            EXPECT_TRUE(run.err.startsWith("inkrecog: (standard input): 0: "))
-                << run.err.toStdString();
-            continue;
-        }
-        ASSERT_EQ(run.json().size(), 1);
-        EXPECT_TRUE(run.json()[0]["source"].toString().startsWith("(standard input)"));
-        EXPECT_EQ(run.json()[0]["category"].toInt(), c.category);
-    }
-}
-
-TEST_F(InkrecogTest, UsageErrorsExitWithTwoAndMissingInputsWithOne)
-{
-    writeFile(path("square.ink"), inkBytes({ polygon(4) }));
-    const struct
-    {
-        QStringList arguments;
-        int status;
-        const char *message;
-    } cases[] = {
-        { {}, 2, "no input" },
-        { { "--bogus", "square.ink" }, 2, "bogus" },
-        { { "--corner-limit", "many", "square.ink" }, 2, "--corner-limit" },
-        { { "--max-points", "0", "square.ink" }, 2, "--max-points" },
-        { { "--format", "xml", "square.ink" }, 2, "--format" },
-        { { "--json", "--summary", "square.ink" }, 2, "cannot be combined" },
-        { { "-", "-" }, 2, "only once" },
-        { { "missing.ink", "square.ink" }, 1, "missing.ink: no such file" },
-        { { "square.ink" }, 0, "" },
-    };
-    for (const auto &c : cases) {
-        SCOPED_TRACE(c.arguments.join(' ').toStdString());
-        const ToolRun run = inkrecog(c.arguments, {}, m_dir.path());
-        EXPECT_EQ(run.status, c.status);
-        EXPECT_TRUE(run.err.contains(c.message)) << run.err.toStdString();
-        EXPECT_EQ(run.out.contains("square.ink"), c.status != 2);
-    }
-    const ToolRun help = inkrecog({ "--help" });
-    EXPECT_EQ(help.status, 0);
-    EXPECT_TRUE(help.out.contains("--corner-limit") && help.out.contains("Exit status"));
-}
-
 TEST_F(InkrecogTest, DrawsOnePicturePerScribbleAndAContactSheet)
 {
     writeFile(path("in/square.ink"), inkBytes({ polygon(4) }));
@@ -469,27 +375,74 @@ TEST_F(InkrecogTest, DrawsOnePicturePerScribbleAndAContactSheet)
     EXPECT_TRUE(unwritable.err.contains("cannot write the contact sheet"));
 }
 
-TEST_F(InkrecogTest, SummaryScoresLabelledInput)
-{
-    writeFile(
-        path("set.jsonl"), jsonLine(polygon(3), "triangle") + jsonLine(polygon(4), "triangle"));
-    const ToolRun run = inkrecog({ "--summary", path("set.jsonl") });
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
-    const QByteArray row = run.out.mid(run.out.indexOf("\ntriangle"));
-    EXPECT_TRUE(row.contains(" 50.0%")) << run.out.toStdString();
-    EXPECT_TRUE(row.contains("102/3:1 102/4:1")) << run.out.toStdString();
-}
-
-TEST_F(InkrecogTest, TraceLinesAreSwitchedOnFromTheEnvironment)
+// Inputs, options and their failures: each row is one run, with the status, the sources
+// of the JSON answers in order, and texts its output and its errors must contain.
+TEST_F(InkrecogTest, RunsReportWhatTheyReadAndWhyTheyStopped)
 {
     writeFile(path("square.ink"), inkBytes({ polygon(4) }));
-    const ToolRun quiet = inkrecog({ path("square.ink") });
-    EXPECT_FALSE(quiet.err.contains("Enter")) << quiet.err.toStdString();
-    const ToolRun traced
-        = inkrecog({ path("square.ink") }, {}, {}, { "LIBUTILITY_LOG_LEVEL=TRACE" });
-    EXPECT_EQ(traced.status, 0);
-    EXPECT_TRUE(traced.err.contains("figurerecogniser\t")) << traced.err.left(500).toStdString();
-    EXPECT_TRUE(traced.err.contains("Enter classifyScribble"));
+    // Blank lines do not count as scribbles; bad lines are reported and skipped.
+    writeFile(path("set.jsonl"),
+        jsonLine(polygon(3), "triangle") + "\n{\"strokes\": [[[1, 2], [3]]]}\nnot json\n"
+            + jsonLine(polygon(4), "triangle"));
+    // Directories are searched at any depth in path order, for .ink and .jsonl only.
+    writeFile(path("dir/b.ink"), inkBytes({ polygon(4) }));
+    writeFile(path("dir/a/deep/c.jsonl"), jsonLine(polygon(3), "triangle"));
+    writeFile(path("dir/notes.txt"), "not an input");
+    writeFile(path("dir/.hidden/d.ink"), "broken");
+    const struct
+    {
+        QStringList arguments;
+        QByteArray input;
+        int status;
+        QStringList sources;
+        QByteArray out, err;
+        QStringList environment = {};
+    } runs[] = {
+        { { "--json", "set.jsonl" }, {}, 1, { "set.jsonl:1", "set.jsonl:5" },
+            "\"category\":102,", "set.jsonl:3: point 2 of stroke 1" },
+        { { "--json", "set.jsonl" }, {}, 1, { "set.jsonl:1", "set.jsonl:5" },
+            "\"label\":\"triangle\"", "set.jsonl:4: not JSON" },
+        { { "--json", "dir" }, {}, 0, { "dir/a/deep/c.jsonl:1", "dir/b.ink" }, "", "" },
+        // Standard input is read as ink or as JSON lines by its content.
+        { { "--json", "-" }, inkBytes({ polygon(4) }), 0, { "(standard input)" }, "102", "" },
+        { { "--json", "-" }, jsonLine(polygon(3), "t"), 0, { "(standard input):1" }, "", "" },
+        { { "--json", "-" }, int32s({ 5, 100 }), 1, {}, "", "inkrecog: (standard input): 0: " },
+        // Usage errors exit with 2 and read nothing; a missing input is skipped with 1.
+        { {}, {}, 2, {}, "", "no input" },
+        { { "--bogus", "square.ink" }, {}, 2, {}, "", "bogus" },
+        { { "--corner-limit", "many", "square.ink" }, {}, 2, {}, "", "--corner-limit" },
+        { { "--max-points", "0", "square.ink" }, {}, 2, {}, "", "--max-points" },
+        { { "--format", "xml", "square.ink" }, {}, 2, {}, "", "--format" },
+        { { "--json", "--summary", "square.ink" }, {}, 2, {}, "", "cannot be combined" },
+        { { "-", "-" }, {}, 2, {}, "", "only once" },
+        { { "--json", "missing.ink", "square.ink" }, {}, 1, { "square.ink" }, "",
+            "missing.ink: no such file" },
+        { { "--help" }, {}, 0, {}, "Exit status", "" },
+        // The summary scores labelled input by label.
+        { { "--summary", "set.jsonl" }, {}, 1, {}, " 50.0%", "" },
+        { { "--summary", "set.jsonl" }, {}, 1, {}, "102/3:1 102/4:1", "" },
+        // Trace lines are switched on from the environment.
+        { { "square.ink" }, {}, 0, {}, "square.ink ", "", {} },
+        { { "square.ink" }, {}, 0, {}, "", "figurerecogniser\t", { "LIBUTILITY_LOG_LEVEL=TRACE" } },
+        { { "square.ink" }, {}, 0, {}, "", "Enter classifyScribble",
+            { "LIBUTILITY_LOG_LEVEL=TRACE" } },
+    };
+    for (const auto &r : runs) {
+        SCOPED_TRACE(r.arguments.join(' ').toStdString());
+        const ToolRun run = inkrecog(r.arguments, r.input, m_dir.path(), r.environment);
+        EXPECT_EQ(run.status, r.status) << run.err.toStdString();
+        if (r.arguments.contains("--json")) {
+            QStringList sources;
+            for (const QJsonObject &object : run.json())
+                sources << object["source"].toString();
+            EXPECT_EQ(sources, r.sources);
+        }
+        EXPECT_TRUE(run.out.contains(r.out)) << run.out.toStdString();
+        EXPECT_TRUE(run.err.contains(r.err)) << run.err.toStdString();
+        EXPECT_EQ(run.err.contains("Enter"), !r.environment.isEmpty());
+        if (r.status == 2)
+            EXPECT_FALSE(run.out.contains("square.ink")) << "a usage error reads nothing";
+    }
 }
 
 } // namespace
