@@ -25,6 +25,7 @@ fuzz_dir=$root/build-fuzz
 jobs=$(nproc 2>/dev/null || echo 2)
 
 log() { printf '==> %s\n' "$*" >&2; }
+die() { printf 'dev.sh: %s\n' "$*" >&2; exit 1; }
 
 # timed <what> <command...>: runs the command and logs how long it took, on the clock and
 # in CPU time of the processes it ran (on a busy machine the second tells more).
@@ -99,18 +100,53 @@ build_flavour() {
 }
 
 # Starts Xvfb and a window manager on a free display; sets DISPLAY. Stopped on exit.
+# Xvfb picks the display itself (-displayfd): it binds every socket of a free number,
+# abstract ones included, which a check of /tmp/.X11-unix cannot see. The window manager
+# must be up before any test runs: without it no window is ever activated, and the
+# focus tests would fail for a reason they cannot name.
 start_display() {
-  local n=90
-  while [ -e "/tmp/.X11-unix/X$n" ] || [ -e "/tmp/.X$n-lock" ]; do n=$((n + 1)); done
-  Xvfb ":$n" -screen 0 1280x1024x24 -nolisten tcp >/dev/null 2>&1 &
+  x_log=$(mktemp -t libutility-x.XXXXXX)
+  Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$x_log.display" >"$x_log" 2>&1 &
   xvfb_pid=$!
-  for _ in $(seq 1 100); do [ -e "/tmp/.X11-unix/X$n" ] && break; sleep 0.1; done
-  export DISPLAY=":$n"
-  metacity --display="$DISPLAY" --replace >/dev/null 2>&1 &
-  wm_pid=$!
-  trap 'kill $wm_pid $xvfb_pid 2>/dev/null || true' EXIT
-  for _ in $(seq 1 50); do xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q window && break; sleep 0.1; done
+  trap 'kill ${wm_pid:-} $xvfb_pid 2>/dev/null || true; rm -f "$x_log" "$x_log.display" "$x_log.wm"' EXIT
+  for _ in $(seq 1 100); do grep -q '^[0-9][0-9]*$' "$x_log.display" 2>/dev/null && break; sleep 0.1; done
+  grep -q '^[0-9][0-9]*$' "$x_log.display" 2>/dev/null \
+    || { cat "$x_log" >&2; die "Xvfb did not start"; }
+  export DISPLAY=":$(cat "$x_log.display")"
+  start_wm
   log "X server on $DISPLAY with metacity"
+}
+
+# Starts metacity on DISPLAY and waits until it manages the screen; three tries, then
+# the run stops with its output.
+start_wm() {
+  local id try
+  for try in 1 2 3; do
+    metacity --display="$DISPLAY" --replace >"$x_log.wm" 2>&1 &
+    wm_pid=$!
+    for _ in $(seq 1 100); do
+      kill -0 "$wm_pid" 2>/dev/null || break
+      # The root names a check window that names itself: a stale name left by a window
+      # manager that died does not count.
+      id=$(xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | sed -n 's/.*window id # //p')
+      [ -n "$id" ] && xprop -id "$id" _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q "# $id" && return 0
+      sleep 0.1
+    done
+    kill "$wm_pid" 2>/dev/null || true
+    log "metacity did not come up on $DISPLAY (try $try of 3); its output:"
+    cat "$x_log.wm" >&2
+  done
+  die "no window manager on $DISPLAY"
+}
+
+# Before a rerun: a window manager that died is reported and started again.
+check_wm() {
+  [ -n "${wm_pid:-}" ] || return 0
+  if ! kill -0 "$wm_pid" 2>/dev/null; then
+    log "metacity on $DISPLAY had stopped; its output:"
+    cat "$x_log.wm" >&2 || true
+    start_wm
+  fi
 }
 
 # The whole suite runs for both Qt majors. The Qt 6 build also compares its recogniser's
@@ -135,6 +171,7 @@ suite() {
     # Window-manager tests depend on the timing of a real X server; a failure that does
     # not repeat is reported above and the run goes on with the verdict of the rerun.
     log "re-running the failed tests once"
+    check_wm
     ctest --test-dir "$dir" --rerun-failed --output-on-failure --timeout 600
   fi
 }
@@ -153,6 +190,7 @@ sanitizer_tests() {
   # Packaging checks the installed layout and exported symbols, which this build changes.
   if ! ctest --test-dir "$asan_dir" -j "$jobs" -LE packaging --output-on-failure --timeout 900; then
     log "re-running the failed sanitizer tests once"
+    check_wm
     ctest --test-dir "$asan_dir" -LE packaging --rerun-failed --output-on-failure --timeout 900
   fi
 }
