@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -241,8 +243,13 @@ void splitUntilSmooth(const QVector<QPointF> &points, const QVector<double> &len
         }
         open.swap(opened);
     }
+    int count = 0;
     for (int start = 0; start < n - 1; start = ends[start])
-        segments.append(SegmentIndex { start, ends[start], ends[start] - start <= 1 });
+        ++count;
+    segments.resize(count);
+    SegmentIndex *out = segments.data();
+    for (int start = 0; start < n - 1; start = ends[start])
+        *out++ = SegmentIndex { start, ends[start], ends[start] - start <= 1 };
 }
 
 // getSmoothPoints with the given working space.
@@ -259,10 +266,11 @@ void smoothPoints(
     copyMovingPoints(points, thinned, 3.0);
     removeNoise(thinned);
     divideIntoSegments(thinned, scratch.segments, ratio, scratch);
-    out.reserve(scratch.segments.size() + 1);
-    out.append(thinned.first());
+    out.resize(scratch.segments.size() + 1);
+    QPointF *kept = out.data();
+    *kept++ = thinned.first();
     for (const SegmentIndex &piece : qAsConst(scratch.segments))
-        out.append(thinned[piece.end]);
+        *kept++ = thinned[piece.end];
     TRACE_EXIT();
 }
 
@@ -393,6 +401,21 @@ double getDistanceToDividePoint(const QVector<QPointF> &points, int first, int l
     return TRACE_RETURN(farthest);
 }
 
+namespace {
+
+// keep ? 0.0 : value, by masking its bits: the compiler would otherwise branch on keep,
+// which is not predictable.
+double zeroIf(bool keep, double value)
+{
+    std::uint64_t bits;
+    std::memcpy(&bits, &value, sizeof bits);
+    bits &= std::uint64_t(keep) - 1;
+    std::memcpy(&value, &bits, sizeof bits);
+    return value;
+}
+
+} // namespace
+
 void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, double minTravel)
 {
     TRACE_FUNCTION("strokeutil", "copyMovingPoints");
@@ -434,7 +457,7 @@ void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, dou
         const bool keep = (i == farIndex) | (moved > minTravel);
         *kept = p[i];
         kept += keep;
-        travel = keep ? 0.0 : moved;
+        travel = zeroIf(keep, moved);
     }
     if (n > 1)
         *kept++ = p[n - 1];
