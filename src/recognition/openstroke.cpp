@@ -103,11 +103,15 @@ struct Crossing
 QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPointF> &other)
 {
     QVector<Crossing> crossings;
+    const QRectF baseBounds = boundsOf(base);
+    const QRectF otherBounds = boundsOf(other);
+    // Strokes whose bounds are apart cannot cross: their segment boxes are not built,
+    // unless tracing, whose lines show them built for every pair.
+    if (!boxesOverlap(baseBounds, otherBounds) && !basic_logging::traceEnabled())
+        return crossings;
     QVector<QRectF> baseBoxes, otherBoxes;
     getAllSegmentRect(base, baseBoxes);
     getAllSegmentRect(other, otherBoxes);
-    const QRectF baseBounds = boundsOf(base);
-    const QRectF otherBounds = boundsOf(other);
     if (!boxesOverlap(baseBounds, otherBounds))
         return crossings;
 
