@@ -107,12 +107,13 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
     const QRectF otherBounds = boundsOf(other);
     // Strokes whose bounds are apart cannot cross: their segment boxes are not built,
     // unless tracing, whose lines show them built for every pair.
-    if (!boxesOverlap(baseBounds, otherBounds) && !basic_logging::traceEnabled())
+    const bool apart = !boxesOverlap(baseBounds, otherBounds);
+    if (apart && !basic_logging::traceEnabled())
         return crossings;
     QVector<QRectF> baseBoxes, otherBoxes;
     getAllSegmentRect(base, baseBoxes);
     getAllSegmentRect(other, otherBoxes);
-    if (!boxesOverlap(baseBounds, otherBounds))
+    if (apart)
         return crossings;
 
     // Only segments that reach into the other stroke's bounds can cross it.
