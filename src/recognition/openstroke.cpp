@@ -118,6 +118,7 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
 
     // Only segments that reach into the other stroke's bounds can cross it.
     QVector<int> candidates;
+    candidates.reserve(otherBoxes.size());
     for (int j = 0; j < otherBoxes.size(); ++j) {
         if (boxesOverlap(otherBoxes[j], baseBounds))
             candidates.append(j);
@@ -156,6 +157,7 @@ QVector<QPointF> cutStroke(const QVector<QPointF> &points, const QPointF *fromPo
     int fromSegment, const QPointF *toPoint, int toSegment)
 {
     QVector<QPointF> out;
+    out.reserve(points.size() + 2);
     int first = 0;
     int last = points.size() - 1;
     if (fromPoint) {
@@ -301,6 +303,7 @@ int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
         otherKept = reversed(otherKept);
 
     QVector<QPointF> joined;
+    joined.reserve(baseKept.size() + otherKept.size());
     if (atBaseEnd) {
         appendAll(joined, baseKept);
         appendAll(joined, otherKept);
@@ -344,9 +347,11 @@ bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
     QVector<QPointF> joined;
     if (best->atBaseEnd) {
         joined = base;
+        joined.reserve(base.size() + other.size());
         appendAll(joined, best->atOtherStart ? other : reversed(other));
     } else {
         joined = best->atOtherStart ? reversed(other) : other;
+        joined.reserve(base.size() + other.size());
         appendAll(joined, base);
     }
     base = joined;
