@@ -22,6 +22,7 @@ struct SmoothScratch
     QVector<SegmentIndex> segments;
     std::vector<SegmentIndex> pieces;
     std::vector<double> distances;
+    std::vector<double> reach;
     std::vector<int> ends;
     std::vector<int> open, opened;
 };
@@ -140,6 +141,63 @@ int splitPoint(const QPointF *p, const double *len, const SegmentIndex &piece,
     return best >= 0 && maxDist > chord.length() * ratio ? best : -1;
 }
 
+// splitPoint<SegmentDistance> for the passes that write no trace, given reach[k], the
+// stroke's length up to point k added up as calcStrokeLength adds it (so that the last
+// is totalLength). Same decisions, fewer unpredictable branches:
+// - The search takes, among the points past the end margins, the greatest weight (a
+//   point's distance from the chord, halved against the bend), ties to the later point
+//   and never a NaN. So it is the greatest weight, found first, and then the last point
+//   that has it; and nothing needs finding when that weight does not reach the split.
+// - The end margin is zero, and the arc length into the piece only grows, so the points
+//   past the margins are a run: from the first with length behind it in the piece to
+//   the last with length ahead of it in the stroke. When the piece's first step has
+//   length, the run starts at the first inner point. Added up from the piece's start,
+//   the arc length is never more than reach[] (rounding is monotonic), so the run goes
+//   on at least while reach[] is short of the total; only past that (at a stroke's end
+//   of zero-length steps) is the arc length itself added up to find where it stops.
+// - A halved weight is never greater than the whole one, so halving every point the
+//   bend rule halves, not only those splitPoint gets to, leaves its outcome unchanged.
+int quickSplitPoint(const QPointF *p, const double *len, const double *reach,
+    const SegmentIndex &piece, const SegmentIndex *next, double totalLength, double ratio,
+    double *weighted)
+{
+    const int first = piece.start + 1;
+    if (!(len[piece.start] > 0.0 && std::isfinite(totalLength)))
+        return splitPoint<Util::detail::SegmentDistance>(
+            p, len, piece, next, totalLength, ratio, weighted);
+    int last = piece.end - 1;
+    if (!(reach[last] < totalLength)) {
+        double cum = 0.0;
+        for (int k = first; k <= last; ++k) {
+            cum += len[k - 1];
+            if (!(totalLength - cum > 0.0)) {
+                last = k - 1;
+                break;
+            }
+        }
+    }
+
+    const QPointF a = p[piece.start];
+    const QPointF b = p[piece.end];
+    const Util::detail::SegmentDistance chord(a, b);
+    const int turn = next ? Util::detail::leftOrRight(b - a, p[next->end] - p[next->start]) : 0;
+    double farthest = -1.0; // below every weight: none yet
+    for (int k = first; k <= last; ++k) {
+        const bool whole
+            = !next || Util::detail::leftOrRight(p[k] - a, b - p[k]) * turn > 0;
+        const double w = chord(p[k]) * (whole ? 1.0 : 0.5);
+        weighted[k - first] = w;
+        // NaN never wins: farthest < NaN is false.
+        farthest = farthest < w ? w : farthest;
+    }
+    if (!(farthest >= 0.0 && farthest > chord.length() * ratio))
+        return -1;
+    int best = last;
+    while (!(weighted[best - first] == farthest))
+        --best;
+    return best;
+}
+
 // One splitting pass of divideRuggedSegment.
 void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &lengths,
     QVector<SegmentIndex> &segments, double totalLength, double ratio,
@@ -218,6 +276,11 @@ void splitUntilSmooth(const QVector<QPointF> &points, const QVector<double> &len
     if (scratch.distances.size() < std::size_t(n))
         scratch.distances.resize(std::size_t(n));
     int *ends = scratch.ends.data();
+    scratch.reach.resize(std::size_t(n));
+    double *reach = scratch.reach.data();
+    reach[0] = 0.0;
+    for (int k = 1; k < n; ++k)
+        reach[k] = reach[k - 1] + len[k - 1];
     std::vector<int> &open = scratch.open;
     std::vector<int> &opened = scratch.opened;
     ends[0] = n - 1;
@@ -229,7 +292,7 @@ void splitUntilSmooth(const QVector<QPointF> &points, const QVector<double> &len
             const int end = ends[start];
             const SegmentIndex following { end, end < n - 1 ? ends[end] : end, true };
             const SegmentIndex piece { start, end, true };
-            const int best = splitPoint<Util::detail::SegmentDistance>(p, len, piece,
+            const int best = quickSplitPoint(p, len, reach, piece,
                 end < n - 1 ? &following : nullptr, totalLength, ratio,
                 scratch.distances.data());
             if (best < 0)

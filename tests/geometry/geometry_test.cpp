@@ -224,6 +224,10 @@ TEST(Segmentation, SplitsWhereTheChordDeviationCalls)
         { bad, 0.0, { { 0, 4, false } } }, // no distance to split at, and no endless loop
         { { QPointF(1, 1) }, 0.1, { { 0, 0, true } } },
         { {}, 0.1, { { 0, -1, true } } },
+        // Steps absorbed by the rounding of the total leave no point short of the far end
+        // margin: no split, even at a ratio that splits anything else.
+        { { QPointF(0, 0), QPointF(1e17, 0), QPointF(1e17, 4), QPointF(1e17, 7) }, -0.5,
+            { { 0, 3, false } } },
     };
     Points spiral; // many pieces, found over several passes
     for (int i = 0; i < 300; ++i)
@@ -233,9 +237,15 @@ TEST(Segmentation, SplitsWhereTheChordDeviationCalls)
         divideStrokeToSegments(c.points, segments, c.ratio);
         EXPECT_EQ(segments, c.expected) << c.points.size() << " points, ratio " << c.ratio;
     }
-    // Untraced, the passes skip the pieces that can no longer split; traced, every pass
-    // looks at every piece. Both must find the same pieces.
-    for (const Case &c : { cases[1], cases[2], Case { spiral, 0.01, {} } }) {
+    // The end margins bite: repeated points at both ends, and steps the total absorbs
+    // (where only the point before them may split).
+    const Points repeated = Points { spiral.first() } + spiral + Points(3, spiral.last());
+    const Points absorbed { QPointF(-50, 0), QPointF(0, 0), QPointF(1e17, 0), QPointF(1e17, 4),
+        QPointF(1e17, 7) };
+    // Untraced, the passes skip the pieces that can no longer split and search otherwise;
+    // traced, every pass looks at every piece. Both must find the same pieces.
+    for (const Case &c : { cases[1], cases[2], Case { spiral, 0.01, {} },
+             Case { repeated, 0.01, {} }, Case { absorbed, -0.5, {} } }) {
         Pieces fast, traced;
         divideStrokeToSegments(c.points, fast, c.ratio);
         LogCapture<> capture;
