@@ -6,6 +6,8 @@
 #   ./dev.sh setup     install the missing Debian packages (cmake/debian-packages.txt)
 #   ./dev.sh build     configure and build (build/)
 #   ./dev.sh bench     Release build with benchmarks (build-release/), run them all
+#   ./dev.sh compare <commit> [filter] [rounds]   benchmarks and answers against an
+#                      older commit, both Release (build-compare/), new/old per round
 #   ./dev.sh package [dir] [5|6]   builds for /usr (build-deb*/), Debian packages of both
 #                      Qt flavours (or the one given) into out/ or dir
 #   ./dev.sh docs      API reference with Doxygen into build/docs/html
@@ -256,15 +258,54 @@ demo() {
   [ -x "$tool" ] && "$tool" --help || true
 }
 
-bench() {
+# The Release build with benchmarks and tools, no tests (build-release/).
+release_build() {
   setup
   configure "$release_dir" -DCMAKE_BUILD_TYPE=Release -DLIBUTILITY_BUILD_BENCHMARKS=ON -DLIBUTILITY_BUILD_TESTS=OFF
   cmake --build "$release_dir" -j "$jobs"
+}
+
+bench() {
+  release_build
   local filter=${1:-}
   for exe in $(find "$release_dir/bench" -type f -name 'bench_*' -perm -u+x | sort); do
     [ -n "$filter" ] && [[ "$(basename "$exe")" != *"$filter"* ]] && continue
     log "$(basename "$exe")"
     QT_QPA_PLATFORM=offscreen "$exe" --benchmark_counters_tabular=true
+  done
+}
+
+# The benchmarks and the recogniser's answers against an older commit (by default the
+# benchmark programs of every subsystem): that commit's sources are exported into
+# build-compare/<commit>/src and built there (Release, benchmarks and tools, no tests),
+# beside a link to ../shared, where its benchmarks look for the scribble sets. Then
+# tools/benchcompare runs both builds' programs in turn and prints new/old per round, and
+# inkrecog --json of both builds is compared on each scribble set.
+compare() {
+  local rev=${1:-} filter=${2:-} rounds=${3:-3} sha base
+  [ -n "$rev" ] || die "usage: ./dev.sh compare <commit> [filter] [rounds]"
+  sha=$(git rev-parse --verify --quiet "$rev^{commit}") || die "no such commit: $rev"
+  base=$root/build-compare/$sha
+  release_build
+  if [ ! -d "$base/src" ]; then
+    rm -rf "$base/src.part"
+    mkdir -p "$base/src.part"
+    git archive "$sha" | tar -x -C "$base/src.part"
+    mv "$base/src.part" "$base/src"
+  fi
+  [ -e "$base/shared" ] || ln -s "$root/../shared" "$base/shared"
+  cmake -S "$base/src" -B "$base/build" -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=Release \
+    -DLIBUTILITY_BUILD_BENCHMARKS=ON -DLIBUTILITY_BUILD_TESTS=OFF >/dev/null
+  cmake --build "$base/build" -j "$jobs"
+  python3 "$root/tools/benchcompare/benchcompare.py" "$base/build/bench" "$release_dir/bench" \
+    --filter "$filter" --rounds "$rounds"
+  local set changed
+  [ -x "$base/build/tools/inkrecog/inkrecog" ] || { log "no inkrecog in $rev: answers not compared"; return 0; }
+  for set in "$root"/../shared/data/scribbles/*.jsonl; do
+    [ -f "$set" ] || continue
+    changed=$(diff <(QT_QPA_PLATFORM=offscreen "$base/build/tools/inkrecog/inkrecog" --json "$set") \
+      <(QT_QPA_PLATFORM=offscreen "$release_dir/tools/inkrecog/inkrecog" --json "$set") | grep -c '^>' || true)
+    echo "answers, $(basename "$set"): $changed of $(wc -l <"$set") changed"
   done
 }
 
@@ -318,10 +359,11 @@ case "$cmd" in
   test) run_tests ;;
   demo) demo "$@" ;;
   bench) bench "$@" ;;
+  compare) compare "$@" ;;
   package) package "$@" ;;
   docs) docs ;;
   abi) abi ;;
   fuzz) fuzz "$@" ;;
   mutants) mutants "$@" ;;
-  *) sed -n '2,14s/^# \{0,1\}//p' "$0"; exit 2 ;;
+  *) sed -n '2,16s/^# \{0,1\}//p' "$0"; exit 2 ;;
 esac
