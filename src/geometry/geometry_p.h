@@ -18,7 +18,9 @@
 #include <libutility/logging/logsystem.h>
 
 #include <QPointF>
+#include <QRectF>
 
+#include <algorithm>
 #include <cmath>
 
 namespace Util {
@@ -45,6 +47,14 @@ inline int leftOrRight(const QPointF &v1, const QPointF &v2)
     // Written without jumps: the sign of a point's side of a chord is not predictable.
     const int sign = value > 0.0 ? 1 : -1;
     return std::fabs(value) < 1e-9 ? 0 : sign;
+}
+
+/// One box of CFigureRecogniser::getAllSegmentRect: segment a-b's bounding box, with no
+/// width or no height for an upright or level segment.
+inline QRectF segmentBox(const QPointF &a, const QPointF &b)
+{
+    return QRectF(std::min(a.x(), b.x()), std::min(a.y(), b.y()), std::fabs(b.x() - a.x()),
+        std::fabs(b.y() - a.y()));
 }
 
 /// Util::calcDistanceToLineSegment(a, b, p, nullptr) for many p against one chord a-b:

@@ -175,12 +175,8 @@ void getAllSegmentRect(const QVector<QPointF> &points, QVector<QRectF> &out)
 {
     TRACE_FUNCTION("figurerecogniser", "getAllSegmentRect");
     out.resize(std::max<int>(0, points.size() - 1));
-    for (int i = 0; i + 1 < points.size(); ++i) {
-        const QPointF &a = points[i];
-        const QPointF &b = points[i + 1];
-        out[i] = QRectF(std::min(a.x(), b.x()), std::min(a.y(), b.y()), std::fabs(b.x() - a.x()),
-            std::fabs(b.y() - a.y()));
-    }
+    for (int i = 0; i + 1 < points.size(); ++i)
+        out[i] = Util::detail::segmentBox(points[i], points[i + 1]);
     TRACE_EXIT();
 }
 

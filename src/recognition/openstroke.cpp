@@ -2,11 +2,13 @@
 #include <libutility/recognition/openstroke.h>
 
 #include <libutility/geometry/geometry.h>
+#include <libutility/geometry/geometry_p.h>
 #include <libutility/geometry/strokeutil.h>
 #include <libutility/logging/trace.h>
 #include <libutility/recognition/figurerecogniser.h>
 
 #include <QLineF>
+#include <QVarLengthArray>
 
 #include <algorithm>
 #include <cmath>
@@ -45,7 +47,7 @@ QVector<double> cumulativeLengths(const QVector<QPointF> &points)
 {
     QVector<double> cum(points.size(), 0.0);
     for (int i = 1; i < points.size(); ++i)
-        cum[i] = cum[i - 1] + Util::getDistance(points[i - 1], points[i]);
+        cum[i] = cum[i - 1] + Util::detail::distance(points[i - 1], points[i]);
     return cum;
 }
 
@@ -105,32 +107,39 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
     QVector<Crossing> crossings;
     const QRectF baseBounds = boundsOf(base);
     const QRectF otherBounds = boundsOf(other);
-    // Strokes whose bounds are apart cannot cross: their segment boxes are not built,
-    // unless tracing, whose lines show them built for every pair.
-    const bool apart = !boxesOverlap(baseBounds, otherBounds);
-    if (apart && !basic_logging::traceEnabled())
-        return crossings;
-    QVector<QRectF> baseBoxes, otherBoxes;
-    getAllSegmentRect(base, baseBoxes);
-    getAllSegmentRect(other, otherBoxes);
-    if (apart)
+    // The segment boxes are made where they are needed; with tracing on, the lines show
+    // them built for both strokes of every pair, as they always were.
+    if (basic_logging::traceEnabled()) {
+        QVector<QRectF> shown;
+        getAllSegmentRect(base, shown);
+        getAllSegmentRect(other, shown);
+    }
+    // Strokes whose bounds are apart cannot cross.
+    if (!boxesOverlap(baseBounds, otherBounds))
         return crossings;
 
     // Only segments that reach into the other stroke's bounds can cross it.
-    QVector<int> candidates;
-    candidates.reserve(otherBoxes.size());
-    for (int j = 0; j < otherBoxes.size(); ++j) {
-        if (boxesOverlap(otherBoxes[j], baseBounds))
-            candidates.append(j);
+    struct Candidate
+    {
+        int segment;
+        QRectF box;
+    };
+    QVarLengthArray<Candidate, 256> candidates;
+    for (int j = 0; j + 1 < other.size(); ++j) {
+        const QRectF box = Util::detail::segmentBox(other[j], other[j + 1]);
+        if (boxesOverlap(box, baseBounds))
+            candidates.append({ j, box });
     }
     // Arc lengths are needed only once a crossing is found.
     QVector<double> baseCum, otherCum;
-    for (int i = 0; i < baseBoxes.size(); ++i) {
-        if (!boxesOverlap(baseBoxes[i], otherBounds))
+    for (int i = 0; i + 1 < base.size(); ++i) {
+        const QRectF box = Util::detail::segmentBox(base[i], base[i + 1]);
+        if (!boxesOverlap(box, otherBounds))
             continue;
-        for (int j : candidates) {
-            if (!boxesOverlap(baseBoxes[i], otherBoxes[j]))
+        for (const Candidate &c : candidates) {
+            if (!boxesOverlap(box, c.box))
                 continue;
+            const int j = c.segment;
             QPointF x;
             if (!Util::intersectLineSegments(base[i], base[i + 1], other[j], other[j + 1], &x))
                 continue;
