@@ -77,13 +77,13 @@ if command -v ccache >/dev/null 2>&1; then
   launcher=(-DCMAKE_CXX_COMPILER_LAUNCHER=ccache -DCMAKE_C_COMPILER_LAUNCHER=ccache)
 fi
 
-configure() { # configure <dir> <cmake args...>
+configure() { # [source=<tree>] configure <dir> <cmake args...>
   local dir=$1 generator=Ninja; shift
   # A build folder keeps the generator it was made with.
   if [ -f "$dir/CMakeCache.txt" ]; then
     generator=$(sed -n 's/^CMAKE_GENERATOR:INTERNAL=//p' "$dir/CMakeCache.txt")
   fi
-  cmake -S "$root" -B "$dir" -G "$generator" "${launcher[@]}" "$@" >/dev/null
+  cmake -S "${source:-$root}" -B "$dir" -G "$generator" "${launcher[@]}" "$@" >/dev/null
 }
 
 build() {
@@ -294,8 +294,8 @@ compare() {
     mv "$base/src.part" "$base/src"
   fi
   [ -e "$base/shared" ] || ln -s "$root/../shared" "$base/shared"
-  cmake -S "$base/src" -B "$base/build" -G Ninja "${launcher[@]}" -DCMAKE_BUILD_TYPE=Release \
-    -DLIBUTILITY_BUILD_BENCHMARKS=ON -DLIBUTILITY_BUILD_TESTS=OFF >/dev/null
+  source=$base/src configure "$base/build" -DCMAKE_BUILD_TYPE=Release \
+    -DLIBUTILITY_BUILD_BENCHMARKS=ON -DLIBUTILITY_BUILD_TESTS=OFF
   cmake --build "$base/build" -j "$jobs"
   python3 "$root/tools/benchcompare/benchcompare.py" "$base/build/bench" "$release_dir/bench" \
     --filter "$filter" --rounds "$rounds"
