@@ -387,12 +387,17 @@ void removeShortSegment(QVector<QPointF> &points)
         return;
     }
     QVector<double> lengths;
+    QVector<double> turns;
     // Every pass erases one point, so the loop ends after at most size() passes.
     while (points.size() > 4) {
         const double perimeter = Util::calcStrokeLength(points, lengths);
         if (!(perimeter > 0.0))
             break;
         const int corners = points.size() - 1;
+        // Each corner's turn, worked out once for the pass.
+        turns.resize(corners);
+        for (int i = 0; i < corners; ++i)
+            turns[i] = turnAt(points, i);
 
         // The shortest edge that is short outright, or short and flanked by two turns
         // that together make one sharp corner (a rounded corner cut in two).
@@ -400,8 +405,8 @@ void removeShortSegment(QVector<QPointF> &points)
         for (int i = 0; i < lengths.size(); ++i) {
             const double share = lengths[i] / perimeter;
             const bool tiny = share < kShortEdgeShare;
-            const double turnA = turnAt(points, i);
-            const double turnB = turnAt(points, (i + 1) % corners);
+            const double turnA = turns[i];
+            const double turnB = turns[(i + 1) % corners];
             const bool splitCorner = share < kSplitEdgeShare && turnA + turnB >= kSplitTurnDegrees
                 && (std::min(turnA, turnB) < kSplitSharpDegrees || share < kHookEdgeShare);
             if ((tiny || splitCorner) && (shortest < 0 || lengths[i] < lengths[shortest]))
@@ -410,22 +415,21 @@ void removeShortSegment(QVector<QPointF> &points)
         if (shortest >= 0) {
             const int a = shortest;
             const int b = (shortest + 1) % corners;
-            detail::eraseCorner(points, turnAt(points, a) <= turnAt(points, b) ? a : b);
+            detail::eraseCorner(points, turns[a] <= turns[b] ? a : b);
             continue;
         }
 
         int weakest = 0;
-        double weakestTurn = turnAt(points, 0);
+        double weakestTurn = turns[0];
         for (int i = 1; i < corners; ++i) {
-            const double turn = turnAt(points, i);
-            if (turn < weakestTurn) {
-                weakestTurn = turn;
+            if (turns[i] < weakestTurn) {
+                weakestTurn = turns[i];
                 weakest = i;
             }
         }
         double otherTurns = 0.0;
         for (int i = 0; i < corners; ++i)
-            otherTurns += i == weakest ? 0.0 : turnAt(points, i);
+            otherTurns += i == weakest ? 0.0 : turns[i];
         // In a figure of four or five corners a corner far weaker than the others is a
         // bent side, not a corner (a circle never gets here with so few points).
         const bool weakCorner = corners <= 5 && weakestTurn < kWeakTurnDegrees

@@ -92,6 +92,17 @@ bool isBentCorner(const QPointF &leg1, const QPointF &leg2)
     return c > kBentCosMin && c < kBentCosMax;
 }
 
+// The inner points' distances from the chord of the stroke's ends, added up in order.
+template <class ChordDistance>
+double deviationFromChord(const QVector<QPointF> &stroke)
+{
+    const ChordDistance chord(stroke.first(), stroke.last());
+    double deviation = 0.0;
+    for (int k = 1; k < stroke.size() - 1; ++k)
+        deviation += chord(stroke[k]);
+    return deviation;
+}
+
 // Where two strokes cross: the segment index and arc position on each.
 struct Crossing
 {
@@ -409,10 +420,9 @@ int check1OpenStroke(const QVector<QPointF> &stroke, QRectF &rect)
 
     // The straight-line test, also the fallback of the corner tests above.
     const double length = Util::calcStrokeLength(stroke);
-    double deviation = 0.0;
-    for (int k = 1; k < n - 1; ++k)
-        deviation
-            += Util::calcDistanceToLineSegment(stroke.first(), stroke.last(), stroke[k], nullptr);
+    const double deviation = basic_logging::traceEnabled()
+        ? deviationFromChord<Util::detail::TracedSegmentDistance>(stroke)
+        : deviationFromChord<Util::detail::SegmentDistance>(stroke);
     // A dot has no direction: it is no line.
     if (!(length > 0.0) || !std::isfinite(length) || Util::isVirtuallyZero(length)
         || !(deviation <= kStraightDeviationShare * length))
