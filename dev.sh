@@ -279,8 +279,10 @@ bench() {
 # benchmark programs of every subsystem): that commit's sources are exported into
 # build-compare/<commit>/src and built there (Release, benchmarks and tools, no tests),
 # beside a link to ../shared, where its benchmarks look for the scribble sets. Then
-# tools/benchcompare runs both builds' programs in turn and prints new/old per round, and
-# inkrecog --json of both builds is compared on each scribble set.
+# tools/benchcompare runs both builds' programs in turn and prints new/old per round, our
+# classify benchmark times the older library's classifyScribble beside ours in one process
+# (BM_ClassifySetAgainstOlderBuild), and inkrecog --json of both builds is compared on
+# each scribble set.
 compare() {
   local rev=${1:-} filter=${2:-} rounds=${3:-3} sha base
   [ -n "$rev" ] || die "usage: ./dev.sh compare <commit> [filter] [rounds]"
@@ -299,6 +301,14 @@ compare() {
   cmake --build "$base/build" -j "$jobs"
   python3 "$root/tools/benchcompare/benchcompare.py" "$base/build/bench" "$release_dir/bench" \
     --filter "$filter" --rounds "$rounds"
+  # The recogniser of both builds again, now in one process and taking turns round by
+  # round, so that both see the machine as it is at that moment.
+  local classify=$release_dir/bench/recognition/bench_recognition_classify
+  if [[ -x "$classify" && ( -z "$filter" || "$(basename "$classify")" == *"$filter"* ) ]]; then
+    log "classifyScribble of both builds in one process, new/old per round"
+    LIBUTILITY_OLDER_LIB=$base/build/src/libutility.so.1 QT_QPA_PLATFORM=offscreen \
+      "$classify" --benchmark_filter=AgainstOlderBuild --benchmark_counters_tabular=true
+  fi
   local set changed
   [ -x "$base/build/tools/inkrecog/inkrecog" ] || { log "no inkrecog in $rev: answers not compared"; return 0; }
   for set in "$root"/../shared/data/scribbles/*.jsonl; do

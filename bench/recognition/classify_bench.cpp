@@ -1,6 +1,13 @@
 // classifyScribble on real ink (per scribble, with median and 99th percentile) and on
 // one long stroke, against a plain pass over the same points as the baseline; and the
 // ellipse fit of a hand-drawn oval against classifyScribble of the same stroke.
+//
+// With LIBUTILITY_OLDER_LIB naming another build's libutility.so.1 (./dev.sh compare
+// sets it), BM_ClassifySetAgainstOlderBuild/* also run that build's classifyScribble on
+// the same scribbles in this process, the two builds taking turns round by round, and
+// report new/old of the total, the median and the 99th percentile per round (the median
+// over the rounds, and the lowest and highest). Two builds timed back to back in one
+// process share whatever the machine is doing at that moment, which separate runs do not.
 #include <libutility/recognition/ellipsefit.h>
 #include <libutility/recognition/figurerecogniser.h>
 
@@ -14,7 +21,13 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <random>
+#include <string>
+#include <vector>
+
+#include <dlfcn.h>
 
 namespace {
 
@@ -40,35 +53,107 @@ QVector<Strokes> loadSet(const char *name)
     return samples;
 }
 
-void classifySet(benchmark::State &state, const char *name)
+const QVector<Strokes> &cachedSet(const char *name)
 {
     static QMap<QString, QVector<Strokes>> cache;
     if (!cache.contains(name))
         cache.insert(name, loadSet(name));
-    const QVector<Strokes> &samples = cache[name];
+    return cache[name];
+}
+
+using Classify = int (*)(const Strokes &, QRectF &, QVector<QPointF> &, int, bool, Strokes *);
+
+// One pass over the samples: each scribble's time in micros (sorted), and their sum.
+double timeSet(const QVector<Strokes> &samples, Classify classify, std::vector<double> &micros)
+{
+    micros.clear();
+    double total = 0.0;
+    for (const Strokes &strokes : samples) {
+        const auto start = std::chrono::steady_clock::now();
+        QRectF rect;
+        QVector<QPointF> result;
+        benchmark::DoNotOptimize(classify(strokes, rect, result, 6, true, nullptr));
+        micros.push_back(
+            std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start)
+                .count());
+        total += micros.back();
+    }
+    std::sort(micros.begin(), micros.end());
+    return total;
+}
+
+double median(const std::vector<double> &sorted) { return sorted[sorted.size() / 2]; }
+double p99(const std::vector<double> &sorted) { return sorted[sorted.size() * 99 / 100]; }
+
+void classifySet(benchmark::State &state, const char *name)
+{
+    const QVector<Strokes> &samples = cachedSet(name);
     if (samples.isEmpty()) {
         state.SkipWithError("scribble data not found");
         return;
     }
     std::vector<double> micros;
     micros.reserve(samples.size());
-    for (auto _ : state) {
-        micros.clear();
-        for (const Strokes &strokes : samples) {
-            const auto start = std::chrono::steady_clock::now();
-            QRectF rect;
-            QVector<QPointF> result;
-            benchmark::DoNotOptimize(
-                CFigureRecogniser::classifyScribble(strokes, rect, result, 6, true));
-            micros.push_back(
-                std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start)
-                    .count());
-        }
-    }
-    std::sort(micros.begin(), micros.end());
-    state.counters["median_us"] = micros[micros.size() / 2];
-    state.counters["p99_us"] = micros[micros.size() * 99 / 100];
+    for (auto _ : state)
+        timeSet(samples, &CFigureRecogniser::classifyScribble, micros);
+    state.counters["median_us"] = median(micros);
+    state.counters["p99_us"] = p99(micros);
     state.SetItemsProcessed(state.iterations() * samples.size());
+}
+
+// classifyScribble of the build named by LIBUTILITY_OLDER_LIB, or null. RTLD_DEEPBIND
+// keeps that build's calls into itself inside it, although this program links ours.
+Classify olderClassify()
+{
+    static Classify older = []() -> Classify {
+        const char *path = std::getenv("LIBUTILITY_OLDER_LIB");
+        if (!path || !*path)
+            return nullptr;
+        void *lib = dlopen(path, RTLD_NOW | RTLD_LOCAL | RTLD_DEEPBIND);
+        void *symbol = lib ? dlsym(lib,
+                           "_ZN17CFigureRecogniser16classifyScribbleERK7QVectorIS0_I7QPointFEER6"
+                           "QRectFRS2_ibPS3_")
+                           : nullptr;
+        if (!symbol)
+            std::fprintf(
+                stderr, "LIBUTILITY_OLDER_LIB: %s\n", lib ? "no classifyScribble" : dlerror());
+        return reinterpret_cast<Classify>(symbol);
+    }();
+    return older;
+}
+
+// Each iteration is one round: both builds over the set, the first to go alternating.
+void classifySetAgainstOlderBuild(benchmark::State &state, const char *name)
+{
+    const QVector<Strokes> &samples = cachedSet(name);
+    const Classify older = olderClassify();
+    if (samples.isEmpty() || !older) {
+        state.SkipWithError(
+            samples.isEmpty() ? "scribble data not found" : "LIBUTILITY_OLDER_LIB does not load");
+        return;
+    }
+    std::vector<double> ours, theirs, total, med, tail;
+    for (auto _ : state) {
+        const bool oursFirst = total.size() % 2 == 1;
+        double newTotal
+            = oursFirst ? timeSet(samples, &CFigureRecogniser::classifyScribble, ours) : 0.0;
+        const double oldTotal = timeSet(samples, older, theirs);
+        if (!oursFirst)
+            newTotal = timeSet(samples, &CFigureRecogniser::classifyScribble, ours);
+        total.push_back(newTotal / oldTotal);
+        med.push_back(median(ours) / median(theirs));
+        tail.push_back(p99(ours) / p99(theirs));
+    }
+    for (auto *ratios : { &total, &med, &tail })
+        std::sort(ratios->begin(), ratios->end());
+    const std::pair<const char *, const std::vector<double> *> shown[]
+        = { { "total", &total }, { "median", &med }, { "p99", &tail } };
+    for (const auto &item : shown) {
+        const std::string key = std::string("x_") + item.first;
+        state.counters[key] = median(*item.second);
+        state.counters[key + "_lo"] = item.second->front();
+        state.counters[key + "_hi"] = item.second->back();
+    }
 }
 
 void BM_ClassifyUnistrokeSet(benchmark::State &state) { classifySet(state, "unistroke.jsonl"); }
@@ -79,6 +164,19 @@ void BM_ClassifyMultistrokeSet(benchmark::State &state)
     classifySet(state, "multistroke-stylus.jsonl");
 }
 BENCHMARK(BM_ClassifyMultistrokeSet)->Unit(benchmark::kMillisecond);
+
+// Registered only when there is an older build to measure against.
+const bool againstOlderRegistered = [] {
+    if (!std::getenv("LIBUTILITY_OLDER_LIB"))
+        return false;
+    for (const char *name : { "unistroke.jsonl", "multistroke-stylus.jsonl" })
+        benchmark::RegisterBenchmark(
+            (std::string("BM_ClassifySetAgainstOlderBuild/") + name).c_str(),
+            [name](benchmark::State &state) { classifySetAgainstOlderBuild(state, name); })
+            ->Iterations(15)
+            ->Unit(benchmark::kMillisecond);
+    return true;
+}();
 
 // A closed, noisy circle of n points spaced about one unit apart.
 QVector<QPointF> longStroke(int n)
