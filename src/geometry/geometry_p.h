@@ -57,6 +57,20 @@ inline QRectF segmentBox(const QPointF &a, const QPointF &b)
         std::fabs(b.y() - a.y()));
 }
 
+/// Util::getLineCoefficient(a, b, ...): la * x + lb * y + lc = 0 on the line through a
+/// and b; with la * la + lb * lb, whose root is the length of a-b.
+struct LineCoefficients
+{
+    LineCoefficients(const QPointF &a, const QPointF &b)
+        : la(b.y() - a.y())
+        , lb(a.x() - b.x())
+        , lc(b.x() * a.y() - a.x() * b.y())
+        , squaredNorm(la * la + lb * lb)
+    { }
+
+    double la, lb, lc, squaredNorm;
+};
+
 /// Util::calcDistanceToLineSegment(a, b, p, nullptr) for many p against one chord a-b:
 /// the chord's line coefficients and their norm are computed once.
 class SegmentDistance
@@ -67,13 +81,9 @@ public:
         , m_b(b)
         , m_ab(a - b)
         , m_ba(b - a)
-        // Util::getLineCoefficient(a, b, ...).
-        , m_la(b.y() - a.y())
-        , m_lb(a.x() - b.x())
-        , m_lc(b.x() * a.y() - a.x() * b.y())
-        , m_norm(std::sqrt(m_la * m_la + m_lb * m_lb))
-    {
-    }
+        , m_line(a, b)
+        , m_norm(std::sqrt(m_line.squaredNorm))
+    { }
 
     double operator()(const QPointF &p) const
     {
@@ -82,7 +92,7 @@ public:
             return distance(p, m_a);
         if (dot(m_ba, p - m_b) >= 0.0)
             return distance(p, m_b);
-        return std::fabs(m_la * p.x() + m_lb * p.y() + m_lc) / m_norm;
+        return std::fabs(m_line.la * p.x() + m_line.lb * p.y() + m_line.lc) / m_norm;
     }
 
     /// The chord's length: bit for bit Util::getDistance(a, b), since the sum of squares
@@ -91,7 +101,8 @@ public:
 
 private:
     QPointF m_a, m_b, m_ab, m_ba;
-    double m_la, m_lb, m_lc, m_norm;
+    LineCoefficients m_line;
+    double m_norm;
 };
 
 /// SegmentDistance through the exported, traced function: what a loop uses while tracing,
@@ -102,8 +113,7 @@ public:
     TracedSegmentDistance(const QPointF &a, const QPointF &b)
         : m_a(a)
         , m_b(b)
-    {
-    }
+    { }
 
     double operator()(const QPointF &p) const
     {

@@ -11,6 +11,10 @@
 #include <memory>
 #include <vector>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 // Working space of one smoothing: the thinned points, their step lengths, the pieces,
@@ -141,6 +145,202 @@ int splitPoint(const QPointF *p, const double *len, const SegmentIndex &piece,
     return best >= 0 && maxDist > chord.length() * ratio ? best : -1;
 }
 
+// Whether point q's deviation from chord a-b counts fully: always without a following
+// piece, else when it bends the way the stroke turns into that piece.
+inline bool wholeWeight(
+    const QPointF &q, const QPointF &a, const QPointF &b, bool hasNext, int turn)
+{
+    return !hasNext || Util::detail::leftOrRight(q - a, b - q) * turn > 0;
+}
+
+constexpr int kUndecided = -2;
+
+// The comparison keys of splitBySquares for one chord a-b: key = w * w * s for a point
+// whose weight is w, with s the square of the chord's length (see there). The region
+// tests, the line's value and the bend test are SegmentDistance's and wholeWeight's own
+// operations, so every point lands in the same region and gets the same halving as when
+// it is weighed exactly.
+class ChordKeys
+{
+public:
+    ChordKeys(const QPointF &a, const QPointF &b, bool hasNext, int turn)
+        : m_a(a)
+        , m_b(b)
+        , m_ab(a - b)
+        , m_ba(b - a)
+        , m_line(a, b)
+        , m_s(m_line.squaredNorm)
+        , m_hasNext(hasNext)
+        , m_turn(turn)
+    { }
+
+    double squaredLength() const { return m_s; }
+
+    double operator()(const QPointF &q) const
+    {
+        const QPointF qa = q - m_a;
+        const QPointF qb = q - m_b;
+        double key;
+        if (!(Util::detail::dot(m_ab, qa) < 0.0))
+            key = (qa.x() * qa.x() + qa.y() * qa.y()) * m_s;
+        else if (Util::detail::dot(m_ba, qb) >= 0.0)
+            key = (qb.x() * qb.x() + qb.y() * qb.y()) * m_s;
+        else {
+            const double line = m_line.la * q.x() + m_line.lb * q.y() + m_line.lc;
+            key = line * line;
+        }
+        return wholeWeight(q, m_a, m_b, m_hasNext, m_turn) ? key : key * 0.25;
+    }
+
+#if defined(__SSE2__)
+    // The keys of the points (x[0], y[0]) and (x[1], y[1]), without jumps.
+    __m128d operator()(__m128d x, __m128d y) const
+    {
+        const __m128d ax = _mm_set1_pd(m_a.x()), ay = _mm_set1_pd(m_a.y());
+        const __m128d bx = _mm_set1_pd(m_b.x()), by = _mm_set1_pd(m_b.y());
+        const __m128d qax = _mm_sub_pd(x, ax), qay = _mm_sub_pd(y, ay);
+        const __m128d qbx = _mm_sub_pd(x, bx), qby = _mm_sub_pd(y, by);
+        const __m128d zero = _mm_setzero_pd();
+        const __m128d nearA = _mm_cmpnlt_pd(dot(m_ab, qax, qay), zero);
+        const __m128d nearB = _mm_cmpge_pd(dot(m_ba, qbx, qby), zero);
+        const __m128d s = _mm_set1_pd(m_s);
+        const __m128d toA = _mm_mul_pd(_mm_add_pd(_mm_mul_pd(qax, qax), _mm_mul_pd(qay, qay)), s);
+        const __m128d toB = _mm_mul_pd(_mm_add_pd(_mm_mul_pd(qbx, qbx), _mm_mul_pd(qby, qby)), s);
+        const __m128d line = _mm_add_pd(_mm_add_pd(_mm_mul_pd(_mm_set1_pd(m_line.la), x),
+                                            _mm_mul_pd(_mm_set1_pd(m_line.lb), y)),
+            _mm_set1_pd(m_line.lc));
+        const __m128d key = select(nearA, toA, select(nearB, toB, _mm_mul_pd(line, line)));
+        if (!m_hasNext)
+            return key;
+        // leftOrRight(q - a, b - q) * turn > 0, as masks: for a turn of 1 the cross
+        // product is at least 1e-9; for -1 it is not above -1e-9 (a NaN counts as -1);
+        // for 0 never.
+        const __m128d bqx = _mm_sub_pd(bx, x), bqy = _mm_sub_pd(by, y);
+        const __m128d cross = _mm_sub_pd(_mm_mul_pd(qax, bqy), _mm_mul_pd(qay, bqx));
+        const __m128d whole = m_turn > 0 ? _mm_cmpge_pd(cross, _mm_set1_pd(1e-9))
+            : m_turn < 0                 ? _mm_cmpngt_pd(cross, _mm_set1_pd(-1e-9))
+                                         : zero;
+        return _mm_mul_pd(key, select(whole, _mm_set1_pd(1.0), _mm_set1_pd(0.25)));
+    }
+#endif
+
+private:
+#if defined(__SSE2__)
+    static __m128d dot(const QPointF &v, __m128d x, __m128d y)
+    {
+        return _mm_add_pd(_mm_mul_pd(_mm_set1_pd(v.x()), x), _mm_mul_pd(_mm_set1_pd(v.y()), y));
+    }
+    static __m128d select(__m128d mask, __m128d yes, __m128d no)
+    {
+        return _mm_or_pd(_mm_and_pd(mask, yes), _mm_andnot_pd(mask, no));
+    }
+#endif
+
+    QPointF m_a, m_b, m_ab, m_ba;
+    Util::detail::LineCoefficients m_line;
+    double m_s;
+    bool m_hasNext;
+    int m_turn;
+};
+
+// The split search of quickSplitPoint over points first..last without a division or root
+// per point. Every weight w (a distance from chord a-b, halved against the bend) is
+// compared through key = w * w * s, where s = la * la + lb * lb is the square of the
+// chord's length as SegmentDistance adds it up: the square of a distance to an end is
+// multiplied by s, the square of the line's value (la * x + lb * y + lc) is the key
+// itself, and halving is a quarter. Each key is within a few units in the last place of
+// the exact weight's w * w * s, so
+// - a point whose key is below the greatest key by more than a factor of 1 - 2^-40 has a
+//   weight strictly below the greatest weight: it can neither be the farthest point nor
+//   tie with it. Where several points are near the greatest key they are weighed
+//   exactly, as splitPoint weighs them, and the last of the heaviest wins;
+// - the split threshold is the chord's length times ratio, so the piece splits when the
+//   farthest weight is above it, whose key is s * s * ratio * ratio. A greatest key
+//   farther than that factor from it, on either side, decides without weighing: below, no
+//   split; above, a split at the one point near the greatest key, if there is one.
+// Only where every number stays well inside the normal range of doubles (chord, keys
+// and ratio between fixed bounds, no NaN); otherwise returns kUndecided and the caller
+// weighs every point exactly. `keys` is working space of at least last - first + 1.
+int splitBySquares(const QPointF *p, const QPointF &a, const QPointF &b, int first, int last,
+    bool hasNext, int turn, double ratio, double *keys)
+{
+    const ChordKeys keyOf(a, b, hasNext, turn);
+    const double s = keyOf.squaredLength();
+    if (!(last >= first && s >= 1e-100 && s <= 1e100 && ratio >= 1e-50 && ratio <= 1e50))
+        return kUndecided;
+
+    // The greatest key, where it is, and the second greatest (which equals the greatest
+    // when two points share it): one point is the only one near the greatest when the
+    // second is not near.
+    double greatest = 0.0;
+    double second = 0.0;
+    int at = -1;
+    bool inRange = true;
+    int k = first;
+#if defined(__SSE2__)
+    // Lane by lane, over the points at even and odd distances from `first`.
+    __m128d greatest2 = _mm_setzero_pd();
+    __m128d second2 = _mm_setzero_pd();
+    __m128d at2 = _mm_set1_pd(-1.0);
+    __m128d index2 = _mm_set_pd(first + 1, first);
+    __m128d inRange2 = _mm_castsi128_pd(_mm_set1_epi32(-1));
+    const __m128d two = _mm_set1_pd(2.0);
+    const __m128d huge = _mm_set1_pd(1e250);
+    for (; k < last; k += 2) {
+        const __m128d q0 = _mm_loadu_pd(reinterpret_cast<const double *>(p + k));
+        const __m128d q1 = _mm_loadu_pd(reinterpret_cast<const double *>(p + k + 1));
+        const __m128d key = keyOf(_mm_unpacklo_pd(q0, q1), _mm_unpackhi_pd(q0, q1));
+        _mm_storeu_pd(keys + (k - first), key);
+        const __m128d higher = _mm_cmpge_pd(key, greatest2);
+        second2 = _mm_max_pd(second2, _mm_min_pd(greatest2, key));
+        greatest2 = _mm_max_pd(greatest2, key);
+        at2 = _mm_or_pd(_mm_and_pd(higher, index2), _mm_andnot_pd(higher, at2));
+        index2 = _mm_add_pd(index2, two);
+        inRange2 = _mm_and_pd(inRange2, _mm_cmple_pd(key, huge)); // false for a NaN too
+    }
+    const double g0 = _mm_cvtsd_f64(greatest2);
+    const double g1 = _mm_cvtsd_f64(_mm_unpackhi_pd(greatest2, greatest2));
+    const double s0 = _mm_cvtsd_f64(second2);
+    const double s1 = _mm_cvtsd_f64(_mm_unpackhi_pd(second2, second2));
+    greatest = std::max(g0, g1);
+    second = std::max(std::max(s0, s1), std::min(g0, g1));
+    at = int(g0 >= g1 ? _mm_cvtsd_f64(at2) : _mm_cvtsd_f64(_mm_unpackhi_pd(at2, at2)));
+    inRange = _mm_movemask_pd(inRange2) == 3;
+#endif
+    for (; k <= last; ++k) {
+        const double key = keyOf(p[k]);
+        keys[k - first] = key;
+        second = std::max(second, std::min(greatest, key));
+        at = key >= greatest ? k : at;
+        greatest = std::max(greatest, key);
+        inRange &= key <= 1e250; // false for a NaN too
+    }
+    if (!(inRange && greatest >= 1e-200))
+        return kUndecided;
+    constexpr double kBelow = 1.0 - 0x1p-40;
+    constexpr double kAbove = 1.0 + 0x1p-40;
+    const double splitKey = s * s * (ratio * ratio);
+    if (greatest < splitKey * kBelow)
+        return -1;
+    const double near = greatest * kBelow;
+    if (second < near && greatest > splitKey * kAbove)
+        return at;
+
+    const Util::detail::SegmentDistance chord(a, b);
+    double farthest = -1.0;
+    int best = -1;
+    for (int j = last; j >= first; --j) {
+        if (!(keys[j - first] >= near))
+            continue;
+        const double w = chord(p[j]) * (wholeWeight(p[j], a, b, hasNext, turn) ? 1.0 : 0.5);
+        if (w > farthest) {
+            farthest = w;
+            best = j;
+        }
+    }
+    return farthest > chord.length() * ratio ? best : -1;
+}
+
 // splitPoint<SegmentDistance> for the passes that write no trace, given reach[k], the
 // stroke's length up to point k added up as calcStrokeLength adds it (so that the last
 // is totalLength). Same decisions, fewer unpredictable branches:
@@ -179,29 +379,32 @@ int quickSplitPoint(const QPointF *p, const double *len, const double *reach,
 
     const QPointF a = p[piece.start];
     const QPointF b = p[piece.end];
-    const Util::detail::SegmentDistance chord(a, b);
     const int turn = next ? Util::detail::leftOrRight(b - a, p[next->end] - p[next->start]) : 0;
+    const int best = last - first >= 3
+        ? splitBySquares(p, a, b, first, last, next != nullptr, turn, ratio, weighted)
+        : kUndecided;
+    if (best != kUndecided)
+        return best;
+
+    const Util::detail::SegmentDistance chord(a, b);
     double farthest = -1.0; // below every weight: none yet
     for (int k = first; k <= last; ++k) {
-        const bool whole
-            = !next || Util::detail::leftOrRight(p[k] - a, b - p[k]) * turn > 0;
-        const double w = chord(p[k]) * (whole ? 1.0 : 0.5);
+        const double w = chord(p[k]) * (wholeWeight(p[k], a, b, next != nullptr, turn) ? 1.0 : 0.5);
         weighted[k - first] = w;
         // NaN never wins: farthest < NaN is false.
         farthest = farthest < w ? w : farthest;
     }
     if (!(farthest >= 0.0 && farthest > chord.length() * ratio))
         return -1;
-    int best = last;
-    while (!(weighted[best - first] == farthest))
-        --best;
-    return best;
+    int found = last;
+    while (!(weighted[found - first] == farthest))
+        --found;
+    return found;
 }
 
 // One splitting pass of divideRuggedSegment.
 void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &lengths,
-    QVector<SegmentIndex> &segments, double totalLength, double ratio,
-    SmoothScratch &scratch)
+    QVector<SegmentIndex> &segments, double totalLength, double ratio, SmoothScratch &scratch)
 {
     TRACE_FUNCTION("strokeutil", "divideRuggedSegment");
     const int n = points.size();
@@ -232,11 +435,10 @@ void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &len
         }
         const SegmentIndex *next
             = w < count * 2 && pieceFits(out[w], n, lengthCount) ? &out[w] : nullptr;
-        const int best = tracing
-            ? splitPoint<Util::detail::TracedSegmentDistance>(
-                p, len, piece, next, totalLength, ratio, distances)
-            : splitPoint<Util::detail::SegmentDistance>(
-                p, len, piece, next, totalLength, ratio, distances);
+        const int best = tracing ? splitPoint<Util::detail::TracedSegmentDistance>(
+                             p, len, piece, next, totalLength, ratio, distances)
+                                 : splitPoint<Util::detail::SegmentDistance>(
+                                     p, len, piece, next, totalLength, ratio, distances);
         if (best >= 0) {
             out[--w] = SegmentIndex { best, piece.end, true };
             out[--w] = SegmentIndex { piece.start, best, true };
@@ -266,21 +468,28 @@ void divideRuggedPass(const QVector<QPointF> &points, const QVector<double> &len
 // following piece as this pass left it. A piece that does not split is closed (its flag
 // false, as the pass leaves it); a piece of one step is never looked at (its flag stays
 // true).
-void splitUntilSmooth(const QVector<QPointF> &points, const QVector<double> &lengths,
-    QVector<SegmentIndex> &segments, double totalLength, double ratio, SmoothScratch &scratch)
+void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &segments, double ratio,
+    SmoothScratch &scratch)
 {
     const int n = points.size();
     const QPointF *p = points.constData();
-    const double *len = lengths.constData();
+    // The step lengths as calcAdjacentLength takes them and, in the same sweep, the
+    // running sums: the last is the stroke's length as calcStrokeLength adds it up.
+    scratch.lengths.resize(n - 1);
+    double *steps = scratch.lengths.data();
+    scratch.reach.resize(std::size_t(n));
+    double *reach = scratch.reach.data();
+    reach[0] = 0.0;
+    for (int k = 0; k + 1 < n; ++k) {
+        steps[k] = Util::detail::distance(p[k], p[k + 1]);
+        reach[k + 1] = reach[k] + steps[k];
+    }
+    const double totalLength = reach[n - 1];
+    const double *len = steps;
     scratch.ends.resize(std::size_t(n));
     if (scratch.distances.size() < std::size_t(n))
         scratch.distances.resize(std::size_t(n));
     int *ends = scratch.ends.data();
-    scratch.reach.resize(std::size_t(n));
-    double *reach = scratch.reach.data();
-    reach[0] = 0.0;
-    for (int k = 1; k < n; ++k)
-        reach[k] = reach[k - 1] + len[k - 1];
     std::vector<int> &open = scratch.open;
     std::vector<int> &opened = scratch.opened;
     ends[0] = n - 1;
@@ -293,8 +502,7 @@ void splitUntilSmooth(const QVector<QPointF> &points, const QVector<double> &len
             const SegmentIndex following { end, end < n - 1 ? ends[end] : end, true };
             const SegmentIndex piece { start, end, true };
             const int best = quickSplitPoint(p, len, reach, piece,
-                end < n - 1 ? &following : nullptr, totalLength, ratio,
-                scratch.distances.data());
+                end < n - 1 ? &following : nullptr, totalLength, ratio, scratch.distances.data());
             if (best < 0)
                 continue;
             ends[start] = best;
@@ -336,7 +544,6 @@ void smoothPoints(
         *kept++ = thinned[piece.end];
     TRACE_EXIT();
 }
-
 
 } // namespace
 
@@ -425,15 +632,15 @@ void divideIntoSegments(const QVector<QPointF> &points, QVector<SegmentIndex> &s
 {
     TRACE_FUNCTION("strokeutil", "divideStrokeToSegments");
     const int n = points.size();
-    QVector<double> &lengths = scratch.lengths;
-    const double total = Util::calcStrokeLength(points, lengths);
     segments.clear();
     segments.reserve(std::max(n - 1, 1));
     if (!basic_logging::traceEnabled() && n > 2) {
-        splitUntilSmooth(points, lengths, segments, total, ratio, scratch);
+        splitUntilSmooth(points, segments, ratio, scratch);
         TRACE_EXIT();
         return;
     }
+    QVector<double> &lengths = scratch.lengths;
+    const double total = Util::calcStrokeLength(points, lengths);
     segments.append(SegmentIndex { 0, n - 1, true });
     // Terminates: a split always lands strictly inside its piece, so both halves are
     // shorter and at most n - 2 splits can happen.
@@ -466,6 +673,7 @@ double getDistanceToDividePoint(const QVector<QPointF> &points, int first, int l
 
 namespace {
 
+#if !defined(__SSE2__)
 // keep ? 0.0 : value, by masking its bits: the compiler would otherwise branch on keep,
 // which is not predictable.
 double zeroIf(bool keep, double value)
@@ -475,6 +683,39 @@ double zeroIf(bool keep, double value)
     bits &= std::uint64_t(keep) - 1;
     std::memcpy(&value, &bits, sizeof bits);
     return value;
+}
+#endif
+
+// The thinning of copyMovingPoints over points [from, to): copies each point to *kept and
+// advances past it only if the travel since the last kept point, this step included, is
+// more than minTravel (then the travel starts again from zero). Written without jumps:
+// whether a point is kept is not predictable.
+QPointF *thinRun(
+    const QPointF *p, int from, int to, double minTravel, QPointF *kept, double &travel)
+{
+#if defined(__SSE2__)
+    // The low lane carries the travel; the high lane only ever holds zeros.
+    __m128d carried = _mm_set_sd(travel);
+    const __m128d limit = _mm_set_sd(minTravel);
+    for (int i = from; i < to; ++i) {
+        const __m128d moved
+            = _mm_add_pd(carried, _mm_set_sd(Util::detail::distance(p[i - 1], p[i])));
+        const __m128d keep = _mm_cmpgt_pd(moved, limit); // false for a NaN, as > is
+        *kept = p[i];
+        kept += _mm_movemask_pd(keep) & 1;
+        carried = _mm_andnot_pd(keep, moved);
+    }
+    travel = _mm_cvtsd_f64(carried);
+#else
+    for (int i = from; i < to; ++i) {
+        const double moved = travel + Util::detail::distance(p[i - 1], p[i]);
+        const bool keep = moved > minTravel;
+        *kept = p[i];
+        kept += keep;
+        travel = zeroIf(keep, moved);
+    }
+#endif
+    return kept;
 }
 
 } // namespace
@@ -512,15 +753,16 @@ void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, dou
     QPointF *kept = out.data();
     if (n > 0)
         *kept++ = p[0];
+    // The travel since the last kept point is the loop's only carried value; the far
+    // point is kept by splitting the loop around it, so that the carried step is an add,
+    // a compare and a mask, all on doubles.
     double travel = 0.0;
-    // Written without jumps (every point is copied, the write position advances only for
-    // a kept one): whether a point is kept is not predictable.
-    for (int i = 1; i < n - 1; ++i) {
-        const double moved = travel + Util::detail::distance(p[i - 1], p[i]);
-        const bool keep = (i == farIndex) | (moved > minTravel);
-        *kept = p[i];
-        kept += keep;
-        travel = zeroIf(keep, moved);
+    const int farAt = farIndex >= 1 ? farIndex : n - 1;
+    kept = thinRun(p, 1, farAt, minTravel, kept, travel);
+    if (farAt < n - 1) {
+        *kept++ = p[farAt];
+        travel = 0.0;
+        kept = thinRun(p, farAt + 1, n - 1, minTravel, kept, travel);
     }
     if (n > 1)
         *kept++ = p[n - 1];

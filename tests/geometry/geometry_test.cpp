@@ -7,9 +7,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <ostream>
+#include <random>
 
 using namespace Util;
 
@@ -242,16 +244,60 @@ TEST(Segmentation, SplitsWhereTheChordDeviationCalls)
     const Points repeated = Points { spiral.first() } + spiral + Points(3, spiral.last());
     const Points absorbed { QPointF(-50, 0), QPointF(0, 0), QPointF(1e17, 0), QPointF(1e17, 4),
         QPointF(1e17, 7) };
-    // Untraced, the passes skip the pieces that can no longer split and search otherwise;
-    // traced, every pass looks at every piece. Both must find the same pieces.
-    for (const Case &c : { cases[1], cases[2], Case { spiral, 0.01, {} },
-             Case { repeated, 0.01, {} }, Case { absorbed, -0.5, {} } }) {
+    // Untraced, the passes skip the pieces that can no longer split and compare squared
+    // deviations, weighing exactly only near a tie or the threshold, or outside the range
+    // where squares are safe; traced, every pass weighs every point of every piece. Both
+    // must find the same pieces.
+    const Points tie { QPointF(0, 0), QPointF(1, 0.5), QPointF(2, 0.7), QPointF(3, 1),
+        QPointF(4, 1), QPointF(5, 0) }; // two farthest points: the later one splits
+    const Points atThreshold { QPointF(0, 0), QPointF(2, 0), QPointF(4, 0.5), QPointF(5, 1),
+        QPointF(8, 0), QPointF(10, 0) }; // deviation 1 = 10 * 0.1: no split
+    // A deviation equal to the chord times the ratio whose square rounds above the square
+    // of that threshold (no split), and one above it whose square rounds below (split).
+    const Points squareAbove { QPointF(23, 44), QPointF(24, 46), QPointF(25, 48), QPointF(26, 43),
+        QPointF(26, 50), QPointF(27, 52) };
+    const Points squareBelow { QPointF(11, 30), QPointF(19, 33), QPointF(24, 44), QPointF(27, 36),
+        QPointF(35, 39), QPointF(51, 45) };
+    Points huge, tiny;
+    for (const QPointF &p : spiral) {
+        huge.append(p * 1e60);
+        tiny.append(p * 1e-60);
+    }
+    const struct
+    {
+        Points points;
+        double ratio;
+        int pieces; // 0: more than one
+    } same[] = { { ell, 0.1, 2 }, { cases[2].points, 0.0, 2 }, { spiral, 0.01, 0 },
+        { repeated, 0.01, 0 }, { absorbed, -0.5, 0 }, { tie, 0.1, 0 }, { atThreshold, 0.1, 1 },
+        { squareAbove, 0.35, 1 }, { squareBelow, 0.2, 0 }, { line, 0.01, 1 }, { huge, 0.01, 0 },
+        { tiny, 0.01, 0 } };
+    for (const auto &c : same) {
         Pieces fast, traced;
         divideStrokeToSegments(c.points, fast, c.ratio);
         LogCapture<> capture;
         divideStrokeToSegments(c.points, traced, c.ratio);
-        EXPECT_EQ(fast, traced);
-        EXPECT_GT(fast.size(), 1);
+        EXPECT_EQ(fast, traced) << c.points.size() << " points, ratio " << c.ratio;
+        if (c.pieces)
+            EXPECT_EQ(fast.size(), c.pieces);
+        else
+            EXPECT_GT(fast.size(), 1);
+    }
+    Pieces tied;
+    divideStrokeToSegments(tie, tied, 0.1);
+    EXPECT_EQ(tied.value(0).end, 4);
+    // Points on a small grid tie often and meet round thresholds exactly.
+    std::mt19937 random(17);
+    for (int round = 0; round < 400; ++round) {
+        Points grid(4 + int(random() % 30));
+        for (QPointF &p : grid)
+            p = QPointF(int(random() % 9), int(random() % 9));
+        const double ratio = std::array<double, 4> { 0.01, 0.1, 0.25, 0.5 }[random() % 4];
+        Pieces fast, traced;
+        divideStrokeToSegments(grid, fast, ratio);
+        LogCapture<> capture;
+        divideStrokeToSegments(grid, traced, ratio);
+        ASSERT_EQ(fast, traced) << "round " << round;
     }
     // The smoothed stroke is the first point and the end of each piece of the thinned one.
     Points out { QPointF(1, 1) };
@@ -347,6 +393,12 @@ TEST(Thinning, KeepsTravelledPointsEndsAndTheFarPoint)
     const Points farAtTwo { QPointF(0, 0), QPointF(5, 0), QPointF(6, 0), QPointF(0, 1) };
     copyMovingPoints(farAtTwo, out, 3.0);
     EXPECT_EQ(out, farAtTwo);
+    // A NaN step makes the travel NaN for good: nothing after it is kept but the end.
+    copyMovingPoints(
+        { QPointF(0, 0), QPointF(kNaN, 0), QPointF(10, 0), QPointF(20, 0), QPointF(30, 0) }, out,
+        3.0);
+    EXPECT_EQ(out.size(), 2);
+    EXPECT_EQ(out.value(1), QPointF(30, 0));
 
     // One point is both ends; no point gives nothing.
     copyMovingPoints({ QPointF(5, 5) }, out, 3.0);
