@@ -38,6 +38,19 @@ bool pieceFits(const SegmentIndex &piece, int n, int lengthCount)
         && piece.end - 1 <= lengthCount;
 }
 
+#if defined(__SSE2__)
+// Util::detail::distance(p[0], p[1]) and Util::detail::distance(p[1], p[2]), lane by lane.
+__m128d twoStepLengths(const QPointF *p)
+{
+    const __m128d p0 = _mm_loadu_pd(reinterpret_cast<const double *>(p));
+    const __m128d p1 = _mm_loadu_pd(reinterpret_cast<const double *>(p + 1));
+    const __m128d p2 = _mm_loadu_pd(reinterpret_cast<const double *>(p + 2));
+    const __m128d dx = _mm_sub_pd(_mm_unpacklo_pd(p0, p1), _mm_unpacklo_pd(p1, p2));
+    const __m128d dy = _mm_sub_pd(_mm_unpackhi_pd(p0, p1), _mm_unpackhi_pd(p1, p2));
+    return _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(dx, dx), _mm_mul_pd(dy, dy)));
+}
+#endif
+
 // Whether x * y of every step between neighbouring points is finite.
 bool stepProductsAreFinite(const QVector<QPointF> &points)
 {
@@ -212,20 +225,24 @@ public:
         const __m128d key = select(nearA, toA, select(nearB, toB, _mm_mul_pd(line, line)));
         if (!m_hasNext)
             return key;
-        // leftOrRight(q - a, b - q) * turn > 0, as masks: for a turn of 1 the cross
-        // product is at least 1e-9; for -1 it is not above -1e-9 (a NaN counts as -1);
-        // for 0 never.
-        const __m128d bqx = _mm_sub_pd(bx, x), bqy = _mm_sub_pd(by, y);
-        const __m128d cross = _mm_sub_pd(_mm_mul_pd(qax, bqy), _mm_mul_pd(qay, bqx));
-        const __m128d whole = m_turn > 0 ? _mm_cmpge_pd(cross, _mm_set1_pd(1e-9))
-            : m_turn < 0                 ? _mm_cmpngt_pd(cross, _mm_set1_pd(-1e-9))
-                                         : zero;
-        return _mm_mul_pd(key, select(whole, _mm_set1_pd(1.0), _mm_set1_pd(0.25)));
+        return _mm_mul_pd(key, select(whole(x, y, qax, qay), _mm_set1_pd(1.0), _mm_set1_pd(0.25)));
     }
 #endif
 
 private:
 #if defined(__SSE2__)
+    // leftOrRight(q - a, b - q) * turn > 0, as masks: for a turn of 1 the cross product
+    // is at least 1e-9; for -1 it is not above -1e-9 (a NaN counts as -1); for 0 never.
+    __m128d whole(__m128d x, __m128d y, __m128d qax, __m128d qay) const
+    {
+        const __m128d bqx = _mm_sub_pd(_mm_set1_pd(m_b.x()), x);
+        const __m128d bqy = _mm_sub_pd(_mm_set1_pd(m_b.y()), y);
+        const __m128d cross = _mm_sub_pd(_mm_mul_pd(qax, bqy), _mm_mul_pd(qay, bqx));
+        return m_turn > 0 ? _mm_cmpge_pd(cross, _mm_set1_pd(1e-9))
+            : m_turn < 0  ? _mm_cmpngt_pd(cross, _mm_set1_pd(-1e-9))
+                          : _mm_setzero_pd();
+    }
+
     static __m128d dot(const QPointF &v, __m128d x, __m128d y)
     {
         return _mm_add_pd(_mm_mul_pd(_mm_set1_pd(v.x()), x), _mm_mul_pd(_mm_set1_pd(v.y()), y));
@@ -480,7 +497,16 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
     scratch.reach.resize(std::size_t(n));
     double *reach = scratch.reach.data();
     reach[0] = 0.0;
-    for (int k = 0; k + 1 < n; ++k) {
+    int k = 0;
+#if defined(__SSE2__)
+    // Two steps' roots at a time; the running sum stays in order.
+    for (; k + 2 < n; k += 2) {
+        _mm_storeu_pd(steps + k, twoStepLengths(p + k));
+        reach[k + 1] = reach[k] + steps[k];
+        reach[k + 2] = reach[k + 1] + steps[k + 1];
+    }
+#endif
+    for (; k + 1 < n; ++k) {
         steps[k] = Util::detail::distance(p[k], p[k + 1]);
         reach[k + 1] = reach[k] + steps[k];
     }
@@ -697,14 +723,22 @@ QPointF *thinRun(
     // The low lane carries the travel; the high lane only ever holds zeros.
     __m128d carried = _mm_set_sd(travel);
     const __m128d limit = _mm_set_sd(minTravel);
-    for (int i = from; i < to; ++i) {
-        const __m128d moved
-            = _mm_add_pd(carried, _mm_set_sd(Util::detail::distance(p[i - 1], p[i])));
+    const auto advance = [&](int i, double step) {
+        const __m128d moved = _mm_add_pd(carried, _mm_set_sd(step));
         const __m128d keep = _mm_cmpgt_pd(moved, limit); // false for a NaN, as > is
         *kept = p[i];
         kept += _mm_movemask_pd(keep) & 1;
         carried = _mm_andnot_pd(keep, moved);
+    };
+    int i = from;
+    // Two steps' lengths at a time.
+    for (; i + 1 < to; i += 2) {
+        const __m128d steps = twoStepLengths(p + i - 1);
+        advance(i, _mm_cvtsd_f64(steps));
+        advance(i + 1, _mm_cvtsd_f64(_mm_unpackhi_pd(steps, steps)));
     }
+    for (; i < to; ++i)
+        advance(i, Util::detail::distance(p[i - 1], p[i]));
     travel = _mm_cvtsd_f64(carried);
 #else
     for (int i = from; i < to; ++i) {
