@@ -38,19 +38,6 @@ bool pieceFits(const SegmentIndex &piece, int n, int lengthCount)
         && piece.end - 1 <= lengthCount;
 }
 
-#if defined(__SSE2__)
-// Util::detail::distance(p[0], p[1]) and Util::detail::distance(p[1], p[2]), lane by lane.
-__m128d twoStepLengths(const QPointF *p)
-{
-    const __m128d p0 = _mm_loadu_pd(reinterpret_cast<const double *>(p));
-    const __m128d p1 = _mm_loadu_pd(reinterpret_cast<const double *>(p + 1));
-    const __m128d p2 = _mm_loadu_pd(reinterpret_cast<const double *>(p + 2));
-    const __m128d dx = _mm_sub_pd(_mm_unpacklo_pd(p0, p1), _mm_unpacklo_pd(p1, p2));
-    const __m128d dy = _mm_sub_pd(_mm_unpackhi_pd(p0, p1), _mm_unpackhi_pd(p1, p2));
-    return _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(dx, dx), _mm_mul_pd(dy, dy)));
-}
-#endif
-
 // Whether x * y of every step between neighbouring points is finite.
 bool stepProductsAreFinite(const QVector<QPointF> &points)
 {
@@ -109,8 +96,17 @@ thread_local bool ScratchLoan::t_lent = false;
 double sumOfSteps(const QVector<QPointF> &points)
 {
     const QPointF *p = points.constData();
+    const int n = points.size();
     double total = 0.0;
-    for (int i = 0; i + 1 < points.size(); ++i)
+    int i = 0;
+#if defined(__SSE2__)
+    for (; i + 2 < n; i += 2) {
+        const __m128d steps = Util::detail::twoStepLengths(p + i);
+        total += _mm_cvtsd_f64(steps);
+        total += _mm_cvtsd_f64(_mm_unpackhi_pd(steps, steps));
+    }
+#endif
+    for (; i + 1 < n; ++i)
         total += Util::detail::distance(p[i], p[i + 1]);
     return total;
 }
@@ -501,7 +497,7 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
 #if defined(__SSE2__)
     // Two steps' roots at a time; the running sum stays in order.
     for (; k + 2 < n; k += 2) {
-        _mm_storeu_pd(steps + k, twoStepLengths(p + k));
+        _mm_storeu_pd(steps + k, Util::detail::twoStepLengths(p + k));
         reach[k + 1] = reach[k] + steps[k];
         reach[k + 2] = reach[k + 1] + steps[k + 1];
     }
@@ -733,7 +729,7 @@ QPointF *thinRun(
     int i = from;
     // Two steps' lengths at a time.
     for (; i + 1 < to; i += 2) {
-        const __m128d steps = twoStepLengths(p + i - 1);
+        const __m128d steps = Util::detail::twoStepLengths(p + i - 1);
         advance(i, _mm_cvtsd_f64(steps));
         advance(i + 1, _mm_cvtsd_f64(_mm_unpackhi_pd(steps, steps)));
     }
