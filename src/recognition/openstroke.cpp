@@ -133,7 +133,11 @@ struct Crossing
     double otherPos;
 };
 
-QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPointF> &other)
+// The crossings of base's segments with other's, in base's order and then other's. When
+// there are any, *baseLength and *otherLength receive the strokes' lengths, added up as
+// calcStrokeLength adds them (the last arc lengths).
+QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPointF> &other,
+    double *baseLength, double *otherLength)
 {
     QVector<Crossing> crossings;
     const QRectF baseBounds = boundsOf(base);
@@ -181,6 +185,10 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
             crossings.append({ x, i, j, baseCum[i] + Util::getDistance(base[i], x),
                 otherCum[j] + Util::getDistance(other[j], x) });
         }
+    }
+    if (!crossings.isEmpty()) {
+        *baseLength = baseCum.last();
+        *otherLength = otherCum.last();
     }
     return crossings;
 }
@@ -261,6 +269,52 @@ bool touchesInside(const QLineF &line1, const QLineF &line2)
     return inside(lineParameter(line1, x)) || inside(lineParameter(line2, x));
 }
 
+// What the joining of a pair learns about one of its strokes, so that the crossing test
+// and then the near-ends test work it out once: whether every coordinate is finite, and
+// the stroke's length. A length is kept only while no trace is written, since the trace
+// shows each calcStrokeLength call. Valid while the stroke is unchanged.
+class StrokeFacts
+{
+public:
+    explicit StrokeFacts(const QVector<QPointF> &stroke)
+        : m_stroke(stroke)
+    { }
+
+    bool finite()
+    {
+        if (m_finite < 0)
+            m_finite = allFinite(m_stroke) ? 1 : 0;
+        return m_finite == 1;
+    }
+
+    double length()
+    {
+        if (basic_logging::traceEnabled())
+            return Util::calcStrokeLength(m_stroke);
+        if (!m_hasLength)
+            know(Util::calcStrokeLength(m_stroke));
+        return m_length;
+    }
+
+    /// The length found some other way, bit for bit what calcStrokeLength returns.
+    void know(double length)
+    {
+        m_length = length;
+        m_hasLength = true;
+    }
+
+private:
+    const QVector<QPointF> &m_stroke;
+    int m_finite = -1;
+    bool m_hasLength = false;
+    double m_length = 0.0;
+};
+
+int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other, StrokeFacts &baseFacts,
+    StrokeFacts &otherFacts);
+bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other, StrokeFacts &baseFacts,
+    StrokeFacts &otherFacts);
+
 } // namespace
 
 bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes)
@@ -270,8 +324,11 @@ bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes)
         if (i >= 2)
             return TRACE_RETURN(false);
         for (int j = strokes.size() - 1; j > i; --j) {
-            if (intersectConnect(strokes[i], strokes[j]) == 2
-                || nearConnect(strokes[i], strokes[j]))
+            // The near-ends test runs only if the crossing test left base as it was.
+            StrokeFacts baseFacts(strokes[i]);
+            StrokeFacts otherFacts(strokes[j]);
+            if (intersectConnect(strokes[i], strokes[j], baseFacts, otherFacts) == 2
+                || nearConnect(strokes[i], strokes[j], baseFacts, otherFacts))
                 strokes.remove(j);
         }
     }
@@ -280,15 +337,36 @@ bool makeConnectedStroke(QVector<QVector<QPointF>> &strokes)
 
 int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
 {
+    StrokeFacts baseFacts(base);
+    StrokeFacts otherFacts(other);
+    return intersectConnect(base, other, baseFacts, otherFacts);
+}
+
+bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
+{
+    StrokeFacts baseFacts(base);
+    StrokeFacts otherFacts(other);
+    return nearConnect(base, other, baseFacts, otherFacts);
+}
+
+namespace {
+
+int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other, StrokeFacts &baseFacts,
+    StrokeFacts &otherFacts)
+{
     TRACE_FUNCTION("figurerecogniser", "intersectConnect");
-    if (base.size() < 2 || other.size() < 2 || !allFinite(base) || !allFinite(other))
+    if (base.size() < 2 || other.size() < 2 || !baseFacts.finite() || !otherFacts.finite())
         return TRACE_RETURN(0);
-    const QVector<Crossing> crossings = findCrossings(base, other);
+    double baseArc = 0.0;
+    double otherArc = 0.0;
+    const QVector<Crossing> crossings = findCrossings(base, other, &baseArc, &otherArc);
     if (crossings.isEmpty())
         return TRACE_RETURN(0);
 
-    const double baseLength = Util::calcStrokeLength(base);
-    const double otherLength = Util::calcStrokeLength(other);
+    baseFacts.know(baseArc);
+    otherFacts.know(otherArc);
+    const double baseLength = baseFacts.length();
+    const double otherLength = otherFacts.length();
     // The joint nearest to each end of base among the crossings at an end of both strokes.
     const Crossing *atBaseEnd = nullptr;
     const Crossing *atBaseStart = nullptr;
@@ -357,12 +435,13 @@ int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
     return TRACE_RETURN(2);
 }
 
-bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
+bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other, StrokeFacts &baseFacts,
+    StrokeFacts &otherFacts)
 {
     TRACE_FUNCTION("figurerecogniser", "nearConnect");
-    if (base.isEmpty() || other.isEmpty() || !allFinite(base) || !allFinite(other))
+    if (base.isEmpty() || other.isEmpty() || !baseFacts.finite() || !otherFacts.finite())
         return TRACE_RETURN(false);
-    const double shorter = std::min(Util::calcStrokeLength(base), Util::calcStrokeLength(other));
+    const double shorter = std::min(baseFacts.length(), otherFacts.length());
     if (Util::isVirtuallyZero(shorter))
         return TRACE_RETURN(false);
 
@@ -397,6 +476,8 @@ bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other)
     base = joined;
     return TRACE_RETURN(true);
 }
+
+} // namespace
 
 int check1OpenStroke(const QVector<QPointF> &stroke, QRectF &rect)
 {

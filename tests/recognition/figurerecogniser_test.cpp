@@ -568,6 +568,18 @@ TEST(JoiningStrokes, IntersectAndNearConnectKeepTheBaseDirection)
     const Strokes original = asterisk;
     EXPECT_FALSE(makeConnectedStroke(asterisk));
     EXPECT_EQ(asterisk, original);
+
+    // An X: the crossing test finds a crossing away from the ends, then the near-ends test
+    // runs. Untraced they share the strokes' lengths; traced, each takes both itself (four
+    // calls, each showing the inner one that keeps the steps).
+    for (const bool traced : { false, true }) {
+        Strokes x { diagonal, { QPointF(0, 100), QPointF(100, 0) } };
+        LogCapture<> capture(traced ? QStringLiteral("TRACE") : QStringLiteral("WARN"));
+        EXPECT_TRUE(makeConnectedStroke(x));
+        EXPECT_EQ(x.size(), 2);
+        EXPECT_EQ(
+            capture.lines.filter(QStringLiteral("Enter calcStrokeLength")).size(), traced ? 8 : 0);
+    }
 }
 
 TEST(TwoStrokes, CheckOpenStrokeAcceptsOnlyCrossingOrTouchingStraightLines)
