@@ -63,33 +63,38 @@ class ScratchLoan
 {
 public:
     ScratchLoan()
-        : m_own(t_lent ? new SmoothScratch : nullptr)
+        : m_thread(&t_thread) // the thread-local object is looked up once per loan
+        , m_own(m_thread->lent ? new SmoothScratch : nullptr)
     {
         if (!m_own)
-            t_lent = true;
+            m_thread->lent = true;
     }
     ~ScratchLoan()
     {
         if (m_own)
             return;
-        if (t_scratch.distances.capacity() > kKeptPoints)
-            t_scratch = SmoothScratch();
-        t_lent = false;
+        if (m_thread->scratch.distances.capacity() > kKeptPoints)
+            m_thread->scratch = SmoothScratch();
+        m_thread->lent = false;
     }
     ScratchLoan(const ScratchLoan &) = delete;
     ScratchLoan &operator=(const ScratchLoan &) = delete;
 
-    SmoothScratch &scratch() { return m_own ? *m_own : t_scratch; }
+    SmoothScratch &scratch() { return m_own ? *m_own : m_thread->scratch; }
 
 private:
+    struct ThreadSpace
+    {
+        SmoothScratch scratch;
+        bool lent = false;
+    };
     static constexpr std::size_t kKeptPoints = 1 << 16;
-    static thread_local SmoothScratch t_scratch;
-    static thread_local bool t_lent;
+    static thread_local ThreadSpace t_thread;
+    ThreadSpace *m_thread;
     std::unique_ptr<SmoothScratch> m_own;
 };
 
-thread_local SmoothScratch ScratchLoan::t_scratch;
-thread_local bool ScratchLoan::t_lent = false;
+thread_local ScratchLoan::ThreadSpace ScratchLoan::t_thread;
 
 // The length of the stroke as calcStrokeLength adds it up (the steps in order from 0.0),
 // without keeping the steps.
@@ -486,11 +491,19 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
 {
     const int n = points.size();
     const QPointF *p = points.constData();
+    // The working lists only grow (every entry read below is written first), so that a
+    // shorter stroke after a longer one does not clear them.
+    if (scratch.lengths.size() < n - 1)
+        scratch.lengths.resize(n - 1);
+    if (scratch.reach.size() < std::size_t(n))
+        scratch.reach.resize(std::size_t(n));
+    if (scratch.ends.size() < std::size_t(n))
+        scratch.ends.resize(std::size_t(n));
+    if (scratch.distances.size() < std::size_t(n))
+        scratch.distances.resize(std::size_t(n));
     // The step lengths as calcAdjacentLength takes them and, in the same sweep, the
     // running sums: the last is the stroke's length as calcStrokeLength adds it up.
-    scratch.lengths.resize(n - 1);
     double *steps = scratch.lengths.data();
-    scratch.reach.resize(std::size_t(n));
     double *reach = scratch.reach.data();
     reach[0] = 0.0;
     int k = 0;
@@ -508,9 +521,6 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
     }
     const double totalLength = reach[n - 1];
     const double *len = steps;
-    scratch.ends.resize(std::size_t(n));
-    if (scratch.distances.size() < std::size_t(n))
-        scratch.distances.resize(std::size_t(n));
     int *ends = scratch.ends.data();
     std::vector<int> &open = scratch.open;
     std::vector<int> &opened = scratch.opened;
