@@ -12,6 +12,8 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
+#include <cstdint>
+#include <cstring>
 
 namespace CFigureRecogniser {
 
@@ -52,11 +54,21 @@ bool isUsableInput(const QVector<QVector<QPointF>> &strokes)
     for (const QVector<QPointF> &stroke : strokes) {
         if (stroke.size() < 2)
             return false;
-        for (const QPointF &p : stroke) {
-            if (!std::isfinite(p.x()) || !std::isfinite(p.y()) || std::fabs(p.x()) > kMaxCoordinate
-                || std::fabs(p.y()) > kMaxCoordinate)
-                return false;
+        // Every coordinate finite and within the bound. The bits of a magnitude (the sign
+        // cleared) order as the magnitudes do, with infinity and then NaN above every
+        // finite one; the test gathers them without a jump per point, so that the compiler
+        // checks two coordinates at a time.
+        const double *coordinates = reinterpret_cast<const double *>(stroke.constData());
+        std::uint64_t bound;
+        std::memcpy(&bound, &kMaxCoordinate, sizeof bound);
+        std::uint64_t outside = 0;
+        for (int i = 0; i < 2 * stroke.size(); ++i) {
+            std::uint64_t bits;
+            std::memcpy(&bits, coordinates + i, sizeof bits);
+            outside |= (bound - (bits & 0x7fffffffffffffff)) >> 63; // 1 above the bound
         }
+        if (outside)
+            return false;
     }
     return true;
 }
@@ -90,8 +102,7 @@ double heightAt(const QVector<QPointF> &pts, int i)
 
 // The first point of the stroke farthest from the chord of its ends, by whole units
 // (0 when none is a unit away).
-template <class ChordDistance>
-int farthestFromEnds(const QVector<QPointF> &stroke)
+template <class ChordDistance> int farthestFromEnds(const QVector<QPointF> &stroke)
 {
     int best = 0;
     int bestDistance = 0;
