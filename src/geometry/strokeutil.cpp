@@ -531,6 +531,7 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
     std::vector<int> &opened = scratch.opened;
     ends[0] = n - 1;
     open.assign(1, 0);
+    int count = 1; // pieces: one more with every split
     while (!open.empty()) {
         // open lists first points from the last piece to the first.
         opened.clear();
@@ -544,6 +545,7 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
                 continue;
             ends[start] = best;
             ends[best] = end;
+            ++count;
             if (end - best > 1)
                 opened.push_back(best);
             if (best - start > 1)
@@ -551,9 +553,6 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
         }
         open.swap(opened);
     }
-    int count = 0;
-    for (int start = 0; start < n - 1; start = ends[start])
-        ++count;
     segments.resize(count);
     SegmentIndex *out = segments.data();
     for (int start = 0; start < n - 1; start = ends[start])
