@@ -38,19 +38,15 @@ bool pieceFits(const SegmentIndex &piece, int n, int lengthCount)
         && piece.end - 1 <= lengthCount;
 }
 
-// Whether x * y of every step between neighbouring points is finite. The test gathers
-// the products' exponent fields without a jump (all ones: not finite), so that the
-// compiler works on two steps at a time.
+// Whether x * y of every step between neighbouring points is finite (gathered without a
+// jump, two steps at a time).
 bool stepProductsAreFinite(const QVector<QPointF> &points)
 {
     const QPointF *p = points.constData();
     std::uint64_t special = 0;
     for (int k = 0; k + 1 < points.size(); ++k) {
         const QPointF step = p[k + 1] - p[k];
-        const double product = step.x() * step.y();
-        std::uint64_t bits;
-        std::memcpy(&bits, &product, sizeof bits);
-        special |= (((bits >> 52) & 0x7ff) + 1) >> 11; // 1 for an exponent of 0x7ff
+        special |= Util::detail::nonFinite(step.x() * step.y());
     }
     return special == 0;
 }

@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 
 namespace CFigureRecogniser {
 
@@ -37,18 +36,14 @@ const double kTouchExtension = 0.25;
 const double kCrossAngleMin = 30.0;
 const double kCrossLengthShare = 0.25;
 
-// Whether every coordinate is finite, i.e. none has an exponent field of all ones. The
-// test gathers bits without a jump, so that the compiler checks two coordinates at a time.
+// Whether every coordinate is finite (gathered without a jump, two at a time).
 bool allFinite(const QVector<QPointF> &points)
 {
     const double *coordinates = reinterpret_cast<const double *>(points.constData());
     const int count = 2 * points.size();
     std::uint64_t special = 0;
-    for (int i = 0; i < count; ++i) {
-        std::uint64_t bits;
-        std::memcpy(&bits, coordinates + i, sizeof bits);
-        special |= (((bits >> 52) & 0x7ff) + 1) >> 11; // 1 for an exponent of 0x7ff
-    }
+    for (int i = 0; i < count; ++i)
+        special |= Util::detail::nonFinite(coordinates[i]);
     return special == 0;
 }
 
