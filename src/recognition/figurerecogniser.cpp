@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace CFigureRecogniser {
 
@@ -148,6 +149,75 @@ bool isClosedList(const QVector<QPointF> &pts)
     return pts.size() >= 2 && pts.first() == pts.last();
 }
 
+// The recogniser's once- and twice-smoothed strokes. The calling thread's pair is lent to
+// one classification at a time, so that scribble after scribble reuses its memory; a
+// classification started while it is lent (from inside another, e.g. by a trace sink)
+// gets a pair of its own. Lists grown past kKeptPoints points are given back when the
+// loan ends. A caller keeping the prepared strokes shares them with the thread's list;
+// the next classification then writes into copies of its own, as Qt's lists do.
+class SmoothedLoan
+{
+public:
+    struct Lists
+    {
+        QVector<QVector<QPointF>> once, twice;
+        bool lent = false;
+    };
+
+    SmoothedLoan()
+        : m_thread(&t_thread)
+        , m_own(m_thread->lent ? new Lists : nullptr)
+    {
+        if (!m_own)
+            m_thread->lent = true;
+    }
+    ~SmoothedLoan()
+    {
+        if (m_own)
+            return;
+        if (points(m_thread->once) + points(m_thread->twice) > kKeptPoints)
+            *m_thread = Lists();
+        m_thread->lent = false;
+    }
+    SmoothedLoan(const SmoothedLoan &) = delete;
+    SmoothedLoan &operator=(const SmoothedLoan &) = delete;
+
+    Lists &lists() { return m_own ? *m_own : *m_thread; }
+
+private:
+    static int points(const QVector<QVector<QPointF>> &strokes)
+    {
+        int total = 0;
+        for (const QVector<QPointF> &stroke : strokes)
+            total += stroke.capacity();
+        return total;
+    }
+
+    static constexpr int kKeptPoints = 1 << 16;
+    static thread_local Lists t_thread;
+    Lists *m_thread;
+    std::unique_ptr<Lists> m_own;
+};
+
+thread_local SmoothedLoan::Lists SmoothedLoan::t_thread;
+
+// makeSmoothPoints into out's existing strokes, reusing their memory. Without tracing the
+// two give the same lists; makeSmoothPoints itself runs while tracing.
+void smoothEach(const QVector<QVector<QPointF>> &in, QVector<QVector<QPointF>> &out, double ratio)
+{
+    if (basic_logging::traceEnabled()) {
+        makeSmoothPoints(in, out, ratio);
+        return;
+    }
+    out.resize(in.size());
+    for (int i = 0; i < in.size(); ++i) {
+        if (in[i].isEmpty())
+            out[i].clear();
+        else
+            Util::getSmoothPoints(in[i], out[i], ratio);
+    }
+}
+
 } // namespace
 
 bool isHorizontal(double angle, double tol) { return -tol < angle && angle < tol; }
@@ -217,14 +287,15 @@ int classifyScribble(const QVector<QVector<QPointF>> &strokes, QRectF &rect,
     if (!isUsableInput(strokes))
         return TRACE_RETURN_SHOWING(cHANDWRITE_DATA);
 
-    QVector<QVector<QPointF>> once;
-    makeSmoothPoints(strokes, once, 0.01);
+    SmoothedLoan loan;
+    QVector<QVector<QPointF>> &once = loan.lists().once;
+    smoothEach(strokes, once, 0.01);
     rect = getStrokeRectBound(once.first());
     // Only a scribble of two strokes uses the twice-smoothed strokes; the others skip
     // that work unless tracing, whose lines show every step.
-    QVector<QVector<QPointF>> twice;
+    QVector<QVector<QPointF>> &twice = loan.lists().twice;
     if (once.size() == 2 || basic_logging::traceEnabled())
-        makeSmoothPoints(once, twice, 0.1);
+        smoothEach(once, twice, 0.1);
 
     int code = cHANDWRITE_DATA;
     if (once.size() == 2)

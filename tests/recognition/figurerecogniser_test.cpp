@@ -313,6 +313,20 @@ TEST(ClassifyScribble, WholeScribblesTracedAndNot)
         EXPECT_EQ(prepared[0] == marker ? 0 : prepared[0].size(), std::max(c.prepared, 0))
             << c.name;
     }
+
+    // Prepared strokes kept by the caller stay as they were while later scribbles are
+    // classified (the recogniser reuses its lists from scribble to scribble).
+    Strokes kept;
+    QRectF rect;
+    Stroke result;
+    classifyScribble(cases[9].strokes, rect, result, 6, true, &kept);
+    Strokes snapshot;
+    for (const Stroke &stroke : qAsConst(kept))
+        snapshot.append(Stroke(stroke.begin(), stroke.end()));
+    ASSERT_EQ(kept.size(), 1);
+    for (const auto &c : cases)
+        classifyScribble(c.strokes, rect, result, 6, true, nullptr);
+    EXPECT_EQ(kept, snapshot);
 }
 
 TEST(ShapeNormalisers, SnapRoughShapesAndLeaveShapesNearNoFormAsDrawn)
