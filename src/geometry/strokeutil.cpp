@@ -2,13 +2,13 @@
 
 #include <libutility/geometry/geometry.h>
 #include <libutility/geometry/geometry_p.h>
+#include <libutility/geometry/threadloan_p.h>
 #include <libutility/logging/trace.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 #include <vector>
 
 #if defined(__SSE2__)
@@ -29,6 +29,9 @@ struct SmoothScratch
     std::vector<double> reach;
     std::vector<int> ends;
     std::vector<int> open, opened;
+
+    /// Space grown past 65536 points is given back when the loan ends.
+    bool isLarge() const { return distances.capacity() > (1 << 16); }
 };
 
 // Whether a piece's indexes fit a stroke of n points with the given step lengths.
@@ -54,48 +57,10 @@ bool stepProductsAreFinite(const QVector<QPointF> &points)
 void divideIntoSegments(const QVector<QPointF> &points, QVector<SegmentIndex> &segments,
     double ratio, SmoothScratch &scratch);
 
-// Lends the calling thread's smoothing working space for the life of the loan, so that
+// The calling thread's smoothing working space, lent for the life of the loan, so that
 // smoothing stroke after stroke reuses its memory instead of allocating five lists for
-// each. A loan taken while the thread's space is already lent (a smoothing started from
-// inside another, e.g. by a trace sink) gets a fresh space of its own. Space grown past
-// kKeptPoints points is given back when the loan ends, so that one huge stroke does not
-// pin its memory to the thread.
-class ScratchLoan
-{
-public:
-    ScratchLoan()
-        : m_thread(&t_thread) // the thread-local object is looked up once per loan
-        , m_own(m_thread->lent ? new SmoothScratch : nullptr)
-    {
-        if (!m_own)
-            m_thread->lent = true;
-    }
-    ~ScratchLoan()
-    {
-        if (m_own)
-            return;
-        if (m_thread->scratch.distances.capacity() > kKeptPoints)
-            m_thread->scratch = SmoothScratch();
-        m_thread->lent = false;
-    }
-    ScratchLoan(const ScratchLoan &) = delete;
-    ScratchLoan &operator=(const ScratchLoan &) = delete;
-
-    SmoothScratch &scratch() { return m_own ? *m_own : m_thread->scratch; }
-
-private:
-    struct ThreadSpace
-    {
-        SmoothScratch scratch;
-        bool lent = false;
-    };
-    static constexpr std::size_t kKeptPoints = 1 << 16;
-    static thread_local ThreadSpace t_thread;
-    ThreadSpace *m_thread;
-    std::unique_ptr<SmoothScratch> m_own;
-};
-
-thread_local ScratchLoan::ThreadSpace ScratchLoan::t_thread;
+// each (see ThreadLoan).
+using ScratchLoan = Util::detail::ThreadLoan<SmoothScratch>;
 
 // The length of the stroke as calcStrokeLength adds it up (the steps in order from 0.0),
 // without keeping the steps.
@@ -620,7 +585,7 @@ double calcStrokeLength(const QVector<QPointF> &points)
 void getSmoothPoints(const QVector<QPointF> &points, QVector<QPointF> &out, double ratio)
 {
     ScratchLoan loan;
-    smoothPoints(points, out, ratio, loan.scratch());
+    smoothPoints(points, out, ratio, loan.space());
 }
 
 QPointF getAveragePoint(const QVector<QPointF> &points, int from, int to)
@@ -646,14 +611,14 @@ void divideStrokeToSegments(
 {
     // The caller's list is the result; the loan's own list stays unused.
     ScratchLoan loan;
-    divideIntoSegments(points, segments, ratio, loan.scratch());
+    divideIntoSegments(points, segments, ratio, loan.space());
 }
 
 void divideRuggedSegment(const QVector<QPointF> &points, const QVector<double> &lengths,
     QVector<SegmentIndex> &segments, double totalLength, double ratio)
 {
     ScratchLoan loan;
-    divideRuggedPass(points, lengths, segments, totalLength, ratio, loan.scratch());
+    divideRuggedPass(points, lengths, segments, totalLength, ratio, loan.space());
 }
 
 namespace {

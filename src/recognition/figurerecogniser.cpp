@@ -3,6 +3,7 @@
 #include <libutility/geometry/geometry.h>
 #include <libutility/geometry/geometry_p.h>
 #include <libutility/geometry/strokeutil.h>
+#include <libutility/geometry/threadloan_p.h>
 #include <libutility/logging/trace.h>
 
 #include <libutility/recognition/openstroke.h>
@@ -14,7 +15,6 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <memory>
 
 namespace CFigureRecogniser {
 
@@ -149,42 +149,17 @@ bool isClosedList(const QVector<QPointF> &pts)
     return pts.size() >= 2 && pts.first() == pts.last();
 }
 
-// The recogniser's once- and twice-smoothed strokes. The calling thread's pair is lent to
-// one classification at a time, so that scribble after scribble reuses its memory; a
-// classification started while it is lent (from inside another, e.g. by a trace sink)
-// gets a pair of its own. Lists grown past kKeptPoints points are given back when the
-// loan ends. A caller keeping the prepared strokes shares them with the thread's list;
-// the next classification then writes into copies of its own, as Qt's lists do.
-class SmoothedLoan
+// The recogniser's once- and twice-smoothed strokes, the calling thread's lent to one
+// classification at a time (see ThreadLoan), so that scribble after scribble reuses their
+// memory. A caller keeping the prepared strokes shares them with the thread's list; the
+// next classification then writes into copies of its own, as Qt's lists do.
+struct SmoothedLists
 {
-public:
-    struct Lists
-    {
-        QVector<QVector<QPointF>> once, twice;
-        bool lent = false;
-    };
+    QVector<QVector<QPointF>> once, twice;
 
-    SmoothedLoan()
-        : m_thread(&t_thread)
-        , m_own(m_thread->lent ? new Lists : nullptr)
-    {
-        if (!m_own)
-            m_thread->lent = true;
-    }
-    ~SmoothedLoan()
-    {
-        if (m_own)
-            return;
-        if (points(m_thread->once) + points(m_thread->twice) > kKeptPoints)
-            *m_thread = Lists();
-        m_thread->lent = false;
-    }
-    SmoothedLoan(const SmoothedLoan &) = delete;
-    SmoothedLoan &operator=(const SmoothedLoan &) = delete;
+    /// Lists grown past 65536 points are given back when the loan ends.
+    bool isLarge() const { return points(once) + points(twice) > (1 << 16); }
 
-    Lists &lists() { return m_own ? *m_own : *m_thread; }
-
-private:
     static int points(const QVector<QVector<QPointF>> &strokes)
     {
         int total = 0;
@@ -192,14 +167,7 @@ private:
             total += stroke.capacity();
         return total;
     }
-
-    static constexpr int kKeptPoints = 1 << 16;
-    static thread_local Lists t_thread;
-    Lists *m_thread;
-    std::unique_ptr<Lists> m_own;
 };
-
-thread_local SmoothedLoan::Lists SmoothedLoan::t_thread;
 
 // makeSmoothPoints into out's existing strokes, reusing their memory. Without tracing the
 // two give the same lists; makeSmoothPoints itself runs while tracing.
@@ -287,13 +255,13 @@ int classifyScribble(const QVector<QVector<QPointF>> &strokes, QRectF &rect,
     if (!isUsableInput(strokes))
         return TRACE_RETURN_SHOWING(cHANDWRITE_DATA);
 
-    SmoothedLoan loan;
-    QVector<QVector<QPointF>> &once = loan.lists().once;
+    Util::detail::ThreadLoan<SmoothedLists> loan;
+    QVector<QVector<QPointF>> &once = loan.space().once;
     smoothEach(strokes, once, 0.01);
     rect = getStrokeRectBound(once.first());
     // Only a scribble of two strokes uses the twice-smoothed strokes; the others skip
     // that work unless tracing, whose lines show every step.
-    QVector<QVector<QPointF>> &twice = loan.lists().twice;
+    QVector<QVector<QPointF>> &twice = loan.space().twice;
     if (once.size() == 2 || basic_logging::traceEnabled())
         smoothEach(once, twice, 0.1);
 
