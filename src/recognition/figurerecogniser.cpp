@@ -120,16 +120,6 @@ template <class ChordDistance> int farthestFromEnds(const QVector<QPointF> &stro
     return best;
 }
 
-// Whether the joining left both strokes of a pair as they were (it never writes to a
-// stroke it does not join, and a stroke written to no longer shares the old data).
-bool isUntouchedPair(
-    const QVector<QVector<QPointF>> &strokes, const QVector<QVector<QPointF>> &before)
-{
-    return strokes.size() == 2 && before.size() == 2
-        && strokes[0].constData() == before[0].constData()
-        && strokes[1].constData() == before[1].constData();
-}
-
 // What classifyRecogCategory answers for a pair that the joining left as it was: its
 // smoothing of the pair gives `twice` again, and its last test, checkOpenStroke on
 // `twice`, has already said no (and left rect alone) before the joining. What remains is
@@ -269,13 +259,14 @@ int classifyScribble(const QVector<QVector<QPointF>> &strokes, QRectF &rect,
     if (once.size() == 2)
         code = checkOpenStroke(twice[0], twice[1], rect);
     if (code == cHANDWRITE_DATA) {
-        // Shallow copies: a stroke that the joining changes no longer shares their data.
-        const QVector<QVector<QPointF>> beforeJoining = once;
+        // The joining writes to a stroke only when it joins another to it, and then drops
+        // that other: a pair that is still two strokes afterwards is as it was.
+        const bool pair = once.size() == 2;
         if (!makeConnectedStroke(once))
             return TRACE_RETURN(cHANDWRITE_DATA);
         rect = getStrokeRectBound(once.first());
         QVector<QVector<QPointF>> figure;
-        if (!basic_logging::traceEnabled() && isUntouchedPair(once, beforeJoining))
+        if (!basic_logging::traceEnabled() && pair && once.size() == 2)
             code = classifyUnjoinedPair(twice, rect);
         else
             code = classifyRecogCategory(once, rect, figure, cornerLimit, normalize);
