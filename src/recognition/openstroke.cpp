@@ -148,17 +148,18 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
     if (!boxesOverlap(baseBounds, otherBounds))
         return crossings;
 
-    // Only segments that reach into the other stroke's bounds can cross it.
+    // Only segments that reach into the other stroke's bounds can cross it. Their boxes'
+    // edges are kept as boxesOverlap reads them (right and bottom added up once).
     struct Candidate
     {
         int segment;
-        QRectF box;
+        double left, right, top, bottom;
     };
     QVarLengthArray<Candidate, 256> candidates;
     for (int j = 0; j + 1 < other.size(); ++j) {
         const QRectF box = Util::detail::segmentBox(other[j], other[j + 1]);
         if (boxesOverlap(box, baseBounds))
-            candidates.append({ j, box });
+            candidates.append({ j, box.left(), box.right(), box.top(), box.bottom() });
     }
     // Arc lengths are needed only once a crossing is found.
     QVector<double> baseCum, otherCum;
@@ -166,8 +167,11 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
         const QRectF box = Util::detail::segmentBox(base[i], base[i + 1]);
         if (!boxesOverlap(box, otherBounds))
             continue;
+        const double left = box.left(), right = box.right();
+        const double top = box.top(), bottom = box.bottom();
         for (const Candidate &c : candidates) {
-            if (!boxesOverlap(box, c.box))
+            // boxesOverlap(box, c's box)
+            if (!(left <= c.right && c.left <= right && top <= c.bottom && c.top <= bottom))
                 continue;
             const int j = c.segment;
             QPointF x;
