@@ -8,9 +8,11 @@
  * pass, until a pass splits nothing. The smoothing thins the raw samples by travelled
  * distance and keeps the end points of those pieces.
  *
- * All functions are stateless and re-entrant. Empty and one-point strokes are accepted
- * everywhere and give the defined results stated below; NaN and infinite coordinates never
- * crash or loop (a piece whose deviation cannot be compared is simply not split).
+ * All functions are re-entrant, and no result depends on an earlier call (a thread keeps
+ * only the memory of its smoothing working space, up to 65,536 points, for its next
+ * call). Empty and one-point strokes are accepted everywhere and give the defined results
+ * stated below; NaN and infinite coordinates never crash or loop (a piece whose deviation
+ * cannot be compared is simply not split).
  *
  * Every function writes entry and exit trace lines under the file name "strokeutil" while
  * the root level is "TRACE".

@@ -4,8 +4,9 @@
  * curve, a polygon or one of a few line figures.
  *
  * Entry point: CFigureRecogniser::classifyScribble. Everything here is a free,
- * re-entrant function of the namespace CFigureRecogniser; nothing is cached between
- * calls and the caller's strokes are never changed (all work happens on copies).
+ * re-entrant function of the namespace CFigureRecogniser; no result is cached between
+ * calls (a thread keeps only the memory of its working lists, up to 65,536 points, for
+ * its next call) and the caller's strokes are never changed (all work happens on copies).
  *
  * Coordinates are doubles, y growing downwards. A closed polygon is a point list whose
  * first point is repeated at its end (n corners, n + 1 points). Rejection anywhere is
