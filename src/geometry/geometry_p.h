@@ -64,26 +64,19 @@ inline int leftOrRight(const QPointF &v1, const QPointF &v2)
     return std::fabs(value) < 1e-9 ? 0 : sign;
 }
 
-/// Calls take(k, distance(p[k], p[k + 1])) for every step k = 0 .. n - 2 of the stroke
-/// p[0 .. n - 1], in order; with SSE2 two steps share one root instruction.
-template <class Take> inline void forEachStepLength(const QPointF *p, int n, Take &&take)
-{
-    int k = 0;
 #if defined(__SSE2__)
-    for (; k + 2 < n; k += 2) {
-        const __m128d p0 = _mm_loadu_pd(reinterpret_cast<const double *>(p + k));
-        const __m128d p1 = _mm_loadu_pd(reinterpret_cast<const double *>(p + k + 1));
-        const __m128d p2 = _mm_loadu_pd(reinterpret_cast<const double *>(p + k + 2));
-        const __m128d dx = _mm_sub_pd(_mm_unpacklo_pd(p0, p1), _mm_unpacklo_pd(p1, p2));
-        const __m128d dy = _mm_sub_pd(_mm_unpackhi_pd(p0, p1), _mm_unpackhi_pd(p1, p2));
-        const __m128d steps = _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(dx, dx), _mm_mul_pd(dy, dy)));
-        take(k, _mm_cvtsd_f64(steps));
-        take(k + 1, _mm_cvtsd_f64(_mm_unpackhi_pd(steps, steps)));
-    }
-#endif
-    for (; k + 1 < n; ++k)
-        take(k, distance(p[k], p[k + 1]));
+/// distance(p[0], p[1]) and distance(p[1], p[2]), lane by lane: two steps of a stroke
+/// with one root instruction.
+inline __m128d twoStepLengths(const QPointF *p)
+{
+    const __m128d p0 = _mm_loadu_pd(reinterpret_cast<const double *>(p));
+    const __m128d p1 = _mm_loadu_pd(reinterpret_cast<const double *>(p + 1));
+    const __m128d p2 = _mm_loadu_pd(reinterpret_cast<const double *>(p + 2));
+    const __m128d dx = _mm_sub_pd(_mm_unpacklo_pd(p0, p1), _mm_unpacklo_pd(p1, p2));
+    const __m128d dy = _mm_sub_pd(_mm_unpackhi_pd(p0, p1), _mm_unpackhi_pd(p1, p2));
+    return _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(dx, dx), _mm_mul_pd(dy, dy)));
 }
+#endif
 
 /// One box of CFigureRecogniser::getAllSegmentRect: segment a-b's bounding box, with no
 /// width or no height for an upright or level segment.

@@ -66,9 +66,19 @@ using ScratchLoan = Util::detail::ThreadLoan<SmoothScratch>;
 // without keeping the steps.
 double sumOfSteps(const QVector<QPointF> &points)
 {
+    const QPointF *p = points.constData();
+    const int n = points.size();
     double total = 0.0;
-    Util::detail::forEachStepLength(
-        points.constData(), points.size(), [&](int, double step) { total += step; });
+    int i = 0;
+#if defined(__SSE2__)
+    for (; i + 2 < n; i += 2) {
+        const __m128d steps = Util::detail::twoStepLengths(p + i);
+        total += _mm_cvtsd_f64(steps);
+        total += _mm_cvtsd_f64(_mm_unpackhi_pd(steps, steps));
+    }
+#endif
+    for (; i + 1 < n; ++i)
+        total += Util::detail::distance(p[i], p[i + 1]);
     return total;
 }
 
@@ -462,10 +472,19 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
     double *steps = scratch.lengths.data();
     double *reach = scratch.reach.data();
     reach[0] = 0.0;
-    Util::detail::forEachStepLength(p, n, [&](int k, double step) {
-        steps[k] = step;
-        reach[k + 1] = reach[k] + step;
-    });
+    int k = 0;
+#if defined(__SSE2__)
+    // Two steps' roots at a time; the running sum stays in order.
+    for (; k + 2 < n; k += 2) {
+        _mm_storeu_pd(steps + k, Util::detail::twoStepLengths(p + k));
+        reach[k + 1] = reach[k] + steps[k];
+        reach[k + 2] = reach[k + 1] + steps[k + 1];
+    }
+#endif
+    for (; k + 1 < n; ++k) {
+        steps[k] = Util::detail::distance(p[k], p[k + 1]);
+        reach[k + 1] = reach[k] + steps[k];
+    }
     const double totalLength = reach[n - 1];
     const double *len = steps;
     int *ends = scratch.ends.data();
@@ -682,17 +701,24 @@ QPointF *thinRun(
         kept += _mm_movemask_pd(keep) & 1;
         carried = _mm_andnot_pd(keep, moved);
     };
-    Util::detail::forEachStepLength(
-        p + from - 1, to - from + 1, [&](int k, double step) { advance(from + k, step); });
+    int i = from;
+    // Two steps' lengths at a time.
+    for (; i + 1 < to; i += 2) {
+        const __m128d steps = Util::detail::twoStepLengths(p + i - 1);
+        advance(i, _mm_cvtsd_f64(steps));
+        advance(i + 1, _mm_cvtsd_f64(_mm_unpackhi_pd(steps, steps)));
+    }
+    for (; i < to; ++i)
+        advance(i, Util::detail::distance(p[i - 1], p[i]));
     travel = _mm_cvtsd_f64(carried);
 #else
-    Util::detail::forEachStepLength(p + from - 1, to - from + 1, [&](int k, double step) {
-        const double moved = travel + step;
+    for (int i = from; i < to; ++i) {
+        const double moved = travel + Util::detail::distance(p[i - 1], p[i]);
         const bool keep = moved > minTravel;
-        *kept = p[from + k];
+        *kept = p[i];
         kept += keep;
         travel = zeroIf(keep, moved);
-    });
+    }
 #endif
     return kept;
 }

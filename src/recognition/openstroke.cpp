@@ -52,9 +52,18 @@ QVector<double> cumulativeLengths(const QVector<QPointF> &points)
 {
     const int n = points.size();
     QVector<double> cum(n, 0.0);
+    const QPointF *p = points.constData();
     double *out = cum.data();
-    Util::detail::forEachStepLength(
-        points.constData(), n, [&](int k, double step) { out[k + 1] = out[k] + step; });
+    int i = 1;
+#if defined(__SSE2__)
+    for (; i + 1 < n; i += 2) {
+        const __m128d steps = Util::detail::twoStepLengths(p + i - 1);
+        out[i] = out[i - 1] + _mm_cvtsd_f64(steps);
+        out[i + 1] = out[i] + _mm_cvtsd_f64(_mm_unpackhi_pd(steps, steps));
+    }
+#endif
+    for (; i < n; ++i)
+        out[i] = out[i - 1] + Util::detail::distance(p[i - 1], p[i]);
     return cum;
 }
 
