@@ -159,4 +159,23 @@ TEST(BinaryRead, PointReaderBehavesAsIstreamReadInEveryStreamState)
     QPoint p;
     binaryRead(in, p);
     EXPECT_EQ(QFileInfo(path).size(), 6);
+
+    // Within one loop of reads, a buffer swapped in and a state set between two reads
+    // are both seen.
+    const std::string other = bytes({ 3, 0, 0, 0, 0xFC, 0xFF, 0xFF, 0xFF });
+    std::istringstream first(point + point), second(other + other);
+    std::istream reader(first.rdbuf());
+    QPoint got[3] = { { 9, 9 }, { 9, 9 }, { 9, 9 } };
+    for (int i = 0; i < 3; ++i) {
+        if (i == 1)
+            reader.rdbuf(second.rdbuf());
+        if (i == 2)
+            reader.setstate(State::failbit);
+        binaryRead(reader, got[i]);
+    }
+    EXPECT_EQ(got[0], QPoint(1, -2));
+    EXPECT_EQ(got[1], QPoint(3, -4));
+    EXPECT_EQ(got[2], QPoint(0, 0));
+    EXPECT_EQ(first.tellg(), 8);
+    EXPECT_EQ(second.tellg(), 8);
 }
