@@ -192,44 +192,67 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
     return crossings;
 }
 
-void appendPoint(QVector<QPointF> &out, const QPointF &p)
+// Points written one after another into memory the caller sized, each one unless it
+// equals the point written before it (QPointF's ==, which is fuzzy, so that which points
+// are dropped depends on the order they come in). copy() takes points as they are.
+class PointRun
 {
-    if (out.isEmpty() || out.last() != p)
-        out.append(p);
-}
+public:
+    explicit PointRun(QPointF *begin)
+        : m_begin(begin)
+        , m_end(begin)
+    { }
+
+    void add(const QPointF &p)
+    {
+        if (m_end == m_begin || m_end[-1] != p)
+            *m_end++ = p;
+    }
+    void add(const QPointF *from, const QPointF *to)
+    {
+        for (; from != to; ++from)
+            add(*from);
+    }
+    // The points from `to` back to `from`.
+    void addBackwards(const QPointF *from, const QPointF *to)
+    {
+        while (to != from)
+            add(*--to);
+    }
+    void copy(const QPointF *from, const QPointF *to)
+    {
+        m_end = std::copy(from, to, m_end);
+    }
+    void copyBackwards(const QPointF *from, const QPointF *to)
+    {
+        m_end = std::reverse_copy(from, to, m_end);
+    }
+    const QPointF *begin() const { return m_begin; }
+    const QPointF *end() const { return m_end; }
+    int size() const { return int(m_end - m_begin); }
+
+private:
+    QPointF *m_begin;
+    QPointF *m_end;
+};
 
 // The part of a stroke between two crossings on it (null: the stroke's own end), in
-// drawing order.
-QVector<QPointF> cutStroke(const QVector<QPointF> &points, const QPointF *fromPoint,
-    int fromSegment, const QPointF *toPoint, int toSegment)
+// drawing order, written to a run of its own (at most points.size() + 2 points).
+void cutStroke(const QVector<QPointF> &points, const QPointF *fromPoint, int fromSegment,
+    const QPointF *toPoint, int toSegment, PointRun &out)
 {
-    QVector<QPointF> out;
-    out.reserve(points.size() + 2);
     int first = 0;
     int last = points.size() - 1;
     if (fromPoint) {
-        appendPoint(out, *fromPoint);
+        out.add(*fromPoint);
         first = fromSegment + 1;
     }
     if (toPoint)
         last = toSegment;
-    for (int k = first; k <= last; ++k)
-        appendPoint(out, points[k]);
+    if (first <= last)
+        out.add(points.constData() + first, points.constData() + last + 1);
     if (toPoint)
-        appendPoint(out, *toPoint);
-    return out;
-}
-
-QVector<QPointF> reversed(QVector<QPointF> points)
-{
-    std::reverse(points.begin(), points.end());
-    return points;
-}
-
-void appendAll(QVector<QPointF> &out, const QVector<QPointF> &points)
-{
-    for (const QPointF &p : points)
-        appendPoint(out, p);
+        out.add(*toPoint);
 }
 
 enum EndKind { eNotAtEnd, eAtStart, eAtEnd };
@@ -401,9 +424,11 @@ int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other, Stro
             atBaseEnd = nullptr;
     }
 
-    QVector<QPointF> baseKept = cutStroke(base, atBaseStart ? &atBaseStart->point : nullptr,
+    QVarLengthArray<QPointF, 256> baseBuffer(base.size() + 2);
+    PointRun baseKept(baseBuffer.data());
+    cutStroke(base, atBaseStart ? &atBaseStart->point : nullptr,
         atBaseStart ? atBaseStart->baseSegment : 0, atBaseEnd ? &atBaseEnd->point : nullptr,
-        atBaseEnd ? atBaseEnd->baseSegment : 0);
+        atBaseEnd ? atBaseEnd->baseSegment : 0, baseKept);
     // The other stroke runs from its joint at base's end to its joint at base's start.
     const Crossing *otherFrom = atBaseEnd;
     const Crossing *otherTo = atBaseStart;
@@ -413,21 +438,29 @@ int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other, Stro
     // base's end (or enters the joint at base's start).
     const Crossing *lowCut = fromEnd == eAtStart ? otherFrom : otherTo;
     const Crossing *highCut = fromEnd == eAtStart ? otherTo : otherFrom;
-    QVector<QPointF> otherKept
-        = cutStroke(other, lowCut ? &lowCut->point : nullptr, lowCut ? lowCut->otherSegment : 0,
-            highCut ? &highCut->point : nullptr, highCut ? highCut->otherSegment : 0);
-    if (fromEnd == eAtEnd)
-        otherKept = reversed(otherKept);
+    QVarLengthArray<QPointF, 256> otherBuffer(other.size() + 2);
+    PointRun otherKept(otherBuffer.data());
+    cutStroke(other, lowCut ? &lowCut->point : nullptr, lowCut ? lowCut->otherSegment : 0,
+        highCut ? &highCut->point : nullptr, highCut ? highCut->otherSegment : 0, otherKept);
 
-    QVector<QPointF> joined;
-    joined.reserve(baseKept.size() + otherKept.size());
+    // The two parts, each as cut, joined where the second's first points equal the
+    // first's last.
+    QVector<QPointF> joined(baseKept.size() + otherKept.size());
+    PointRun run(joined.data());
+    const auto addOther = [&] {
+        if (fromEnd == eAtEnd)
+            run.addBackwards(otherKept.begin(), otherKept.end());
+        else
+            run.add(otherKept.begin(), otherKept.end());
+    };
     if (atBaseEnd) {
-        appendAll(joined, baseKept);
-        appendAll(joined, otherKept);
+        run.add(baseKept.begin(), baseKept.end());
+        addOther();
     } else {
-        appendAll(joined, otherKept);
-        appendAll(joined, baseKept);
+        addOther();
+        run.add(baseKept.begin(), baseKept.end());
     }
+    joined.resize(run.size());
     if (joined.size() < 2)
         return TRACE_RETURN(1);
     base = joined;
@@ -462,16 +495,26 @@ bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other, StrokeFa
     if (!(best->gap <= kNearGapShare * shorter))
         return TRACE_RETURN(false);
 
-    QVector<QPointF> joined;
+    // The first stroke as it stands, then the second without the points that equal the
+    // point before them.
+    QVector<QPointF> joined(base.size() + other.size());
+    PointRun run(joined.data());
+    const QPointF *b = base.constData();
+    const QPointF *o = other.constData();
     if (best->atBaseEnd) {
-        joined = base;
-        joined.reserve(base.size() + other.size());
-        appendAll(joined, best->atOtherStart ? other : reversed(other));
+        run.copy(b, b + base.size());
+        if (best->atOtherStart)
+            run.add(o, o + other.size());
+        else
+            run.addBackwards(o, o + other.size());
     } else {
-        joined = best->atOtherStart ? reversed(other) : other;
-        joined.reserve(base.size() + other.size());
-        appendAll(joined, base);
+        if (best->atOtherStart)
+            run.copyBackwards(o, o + other.size());
+        else
+            run.copy(o, o + other.size());
+        run.add(b, b + base.size());
     }
+    joined.resize(run.size());
     base = joined;
     return TRACE_RETURN(true);
 }
