@@ -161,36 +161,24 @@ struct BufferAccess : std::streambuf
     static void readAdvance(std::streambuf *sb, int n) { (sb->*&BufferAccess::gbump)(n); }
 };
 
-/// The std::ios base of in. Reaching a virtual base costs two dependent loads (the
-/// object's vtable, then the base's offset in it), and a caller's loop of point reads
-/// would pay them for every point, since the loop also holds a call into the library
-/// that may change any memory. But the offset is fixed for the object's whole life
-/// (while it is being built too: its construction vtables give the same offsets), so
-/// the answer depends on the address alone. Declared const, kept out of line so that the
-/// attribute is what the compiler sees, the lookup is done once per loop.
-[[gnu::const, gnu::noinline]] inline std::ios *iosOf(std::istream &in)
-{
-    return &in;
-}
-
-/// True when in.read(buf, n), on the stream whose base is io, would do no more than copy
-/// n bytes out of the stream's buffer: the stream is good (so it has a buffer: basic_ios sets badbit when it has
+/// True when in.read(buf, n) would do no more than copy n bytes out of the stream's
+/// buffer: the stream is good (so it has a buffer: basic_ios sets badbit when it has
 /// none), no tied stream waits to be flushed, and the get area holds n bytes (an empty
 /// one has both pointers null). Otherwise the caller reads through std::istream::read,
 /// which flushes the tied stream, refills the buffer and sets eofbit and failbit.
-inline bool bufferHolds(const std::ios &io, std::streamsize n)
+inline bool bufferHolds(std::istream &in, std::streamsize n)
 {
-    if (io.rdstate() != std::ios_base::goodbit || io.tie())
+    if (in.rdstate() != std::ios_base::goodbit || in.tie())
         return false;
-    std::streambuf *sb = io.rdbuf();
+    std::streambuf *sb = in.rdbuf();
     return BufferAccess::readEnd(sb) - BufferAccess::readPos(sb) >= n;
 }
 
-/// Consumes n bytes that bufferHolds(io, n) has vouched for and returns where they are.
+/// Consumes n bytes that bufferHolds(in, n) has vouched for and returns where they are.
 /// Unlike istream::read this leaves gcount() as it was.
-inline const char *takeBuffered(const std::ios &io, int n)
+inline const char *takeBuffered(std::istream &in, int n)
 {
-    std::streambuf *sb = io.rdbuf();
+    std::streambuf *sb = in.rdbuf();
     const char *at = BufferAccess::readPos(sb);
     BufferAccess::readAdvance(sb, n);
     return at;
@@ -204,13 +192,11 @@ UTILITY_EXPORT void readPointOutOfLine(std::istream &in, QPoint &value);
 /// Decoding a run of points used to cost several times the copy of their bytes, most of
 /// it in the call into the library per point. Inline, the common case (tracing off, the
 /// bytes already buffered) is a handful of loads and two stores in the caller's loop;
-/// everything else, and every trace line, stays in the library. The stream's base is
-/// looked up first and unconditionally, so that a loop can do it once (see iosOf).
+/// everything else, and every trace line, stays in the library.
 inline void binaryRead(std::istream &in, QPoint &value)
 {
-    const std::ios &io = *ink_detail::iosOf(in);
-    if (Q_LIKELY(!basic_logging::traceEnabled() && ink_detail::bufferHolds(io, 8))) {
-        const char *p = ink_detail::takeBuffered(io, 8);
+    if (Q_LIKELY(!basic_logging::traceEnabled() && ink_detail::bufferHolds(in, 8))) {
+        const char *p = ink_detail::takeBuffered(in, 8);
         value = QPoint(qFromLittleEndian<qint32>(p), qFromLittleEndian<qint32>(p + 4));
         return;
     }
