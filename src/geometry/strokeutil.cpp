@@ -2,6 +2,7 @@
 
 #include <libutility/geometry/geometry.h>
 #include <libutility/geometry/geometry_p.h>
+#include <libutility/geometry/strokeutil_p.h>
 #include <libutility/geometry/threadloan_p.h>
 #include <libutility/logging/trace.h>
 
@@ -21,7 +22,7 @@ namespace {
 // and the splitting passes' lists.
 struct SmoothScratch
 {
-    QVector<QPointF> thinned;
+    QVector<QPointF> thinned, thinnedOther;
     QVector<double> lengths;
     QVector<SegmentIndex> segments;
     std::vector<SegmentIndex> pieces;
@@ -520,6 +521,25 @@ void splitUntilSmooth(const QVector<QPointF> &points, QVector<SegmentIndex> &seg
         *out++ = SegmentIndex { start, ends[start], ends[start] - start <= 1 };
 }
 
+// copyMovingPoints of two strokes at once, side by side (see thinPair); defined with
+// copyMovingPoints.
+void copyMovingPointsOfTwo(const QVector<QPointF> &a, const QVector<QPointF> &b,
+    QVector<QPointF> &outA, QVector<QPointF> &outB, double minTravel);
+
+// The rest of a smoothing once the stroke (not empty) is thinned: its noise removed, its
+// pieces found, and their ends written to out.
+void smoothThinned(
+    QVector<QPointF> &thinned, QVector<QPointF> &out, double ratio, SmoothScratch &scratch)
+{
+    removeNoise(thinned);
+    divideIntoSegments(thinned, scratch.segments, ratio, scratch);
+    out.resize(scratch.segments.size() + 1);
+    QPointF *kept = out.data();
+    *kept++ = thinned.first();
+    for (const SegmentIndex &piece : qAsConst(scratch.segments))
+        *kept++ = thinned[piece.end];
+}
+
 // getSmoothPoints with the given working space.
 void smoothPoints(
     const QVector<QPointF> &points, QVector<QPointF> &out, double ratio, SmoothScratch &scratch)
@@ -530,15 +550,8 @@ void smoothPoints(
         TRACE_EXIT();
         return;
     }
-    QVector<QPointF> &thinned = scratch.thinned;
-    copyMovingPoints(points, thinned, 3.0);
-    removeNoise(thinned);
-    divideIntoSegments(thinned, scratch.segments, ratio, scratch);
-    out.resize(scratch.segments.size() + 1);
-    QPointF *kept = out.data();
-    *kept++ = thinned.first();
-    for (const SegmentIndex &piece : qAsConst(scratch.segments))
-        *kept++ = thinned[piece.end];
+    copyMovingPoints(points, scratch.thinned, 3.0);
+    smoothThinned(scratch.thinned, out, ratio, scratch);
     TRACE_EXIT();
 }
 
@@ -587,6 +600,28 @@ void getSmoothPoints(const QVector<QPointF> &points, QVector<QPointF> &out, doub
     ScratchLoan loan;
     smoothPoints(points, out, ratio, loan.space());
 }
+
+namespace detail {
+
+void getSmoothPointsOfTwo(const QVector<QPointF> &a, const QVector<QPointF> &b,
+    QVector<QPointF> &outA, QVector<QPointF> &outB, double ratio)
+{
+    if (basic_logging::traceEnabled() || a.isEmpty() || b.isEmpty() || &a == &outA
+        || &b == &outB || &a == &outB || &b == &outA) {
+        getSmoothPoints(a, outA, ratio);
+        getSmoothPoints(b, outB, ratio);
+        return;
+    }
+    ScratchLoan loan;
+    SmoothScratch &scratch = loan.space();
+    outA.clear();
+    outB.clear();
+    copyMovingPointsOfTwo(a, b, scratch.thinned, scratch.thinnedOther, 3.0);
+    smoothThinned(scratch.thinned, outA, ratio, scratch);
+    smoothThinned(scratch.thinnedOther, outB, ratio, scratch);
+}
+
+} // namespace detail
 
 QPointF getAveragePoint(const QVector<QPointF> &points, int from, int to)
 {
@@ -725,13 +760,12 @@ QPointF *thinRun(
 
 } // namespace
 
-void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, double minTravel)
-{
-    TRACE_FUNCTION("strokeutil", "copyMovingPoints");
-    out.clear();
-    const int n = points.size();
-    const QPointF *p = points.constData();
+namespace {
 
+// Where copyMovingPoints splits its run: at the point it keeps as the far side of a small
+// closed figure, or, for any other stroke, at the last point (n - 1).
+int thinningSplit(const QPointF *p, int n, double minTravel)
+{
     // A stroke that ends near its start keeps the point farthest from its start, so that
     // the far side of a small closed figure is never thinned away.
     int farIndex = -1;
@@ -753,25 +787,147 @@ void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, dou
             }
         }
     }
+    return farIndex >= 1 ? farIndex : n - 1;
+}
 
-    out.resize(n);
-    QPointF *kept = out.data();
-    if (n > 0)
-        *kept++ = p[0];
+// One run of thinning still to do: points from..to - 1 of p, written on from kept, with
+// the travel carried into the run.
+struct ThinJob
+{
+    const QPointF *p;
+    int from;
+    int to;
+    QPointF *kept;
+    double travel;
+
+    void runAlone(double minTravel) { kept = thinRun(p, from, to, minTravel, kept, travel); }
+};
+
+// Two runs of thinning at once, each giving exactly what thinRun gives it alone. The
+// travel is a chain of an add, a compare and a mask per point, which leaves the
+// arithmetic units mostly waiting; the two runs' chains are independent, so they share
+// one register (a lane each) and go at the pace of one.
+void thinPair(ThinJob &a, ThinJob &b, double minTravel)
+{
+    const int common = std::min(a.to - a.from, b.to - b.from);
+    int k = 0;
+#if defined(__SSE2__)
+    if (common > 0) {
+        __m128d carried = _mm_set_pd(b.travel, a.travel);
+        const __m128d limit = _mm_set1_pd(minTravel);
+        const auto load = [](const QPointF *q) {
+            return _mm_loadu_pd(reinterpret_cast<const double *>(q));
+        };
+        __m128d beforeA = load(a.p + a.from - 1);
+        __m128d beforeB = load(b.p + b.from - 1);
+        for (; k < common; ++k) {
+            const __m128d hereA = load(a.p + a.from + k);
+            const __m128d hereB = load(b.p + b.from + k);
+            // Each lane's step as thinRun takes it: the previous point minus this one.
+            const __m128d dx
+                = _mm_sub_pd(_mm_unpacklo_pd(beforeA, beforeB), _mm_unpacklo_pd(hereA, hereB));
+            const __m128d dy
+                = _mm_sub_pd(_mm_unpackhi_pd(beforeA, beforeB), _mm_unpackhi_pd(hereA, hereB));
+            const __m128d step = _mm_sqrt_pd(_mm_add_pd(_mm_mul_pd(dx, dx), _mm_mul_pd(dy, dy)));
+            const __m128d moved = _mm_add_pd(carried, step);
+            const __m128d keep = _mm_cmpgt_pd(moved, limit); // false for a NaN, as > is
+            const int mask = _mm_movemask_pd(keep);
+            _mm_storeu_pd(reinterpret_cast<double *>(a.kept), hereA);
+            a.kept += mask & 1;
+            _mm_storeu_pd(reinterpret_cast<double *>(b.kept), hereB);
+            b.kept += mask >> 1;
+            carried = _mm_andnot_pd(keep, moved);
+            beforeA = hereA;
+            beforeB = hereB;
+        }
+        a.travel = _mm_cvtsd_f64(carried);
+        b.travel = _mm_cvtsd_f64(_mm_unpackhi_pd(carried, carried));
+    }
+#endif
+    a.from += k;
+    b.from += k;
+    a.runAlone(minTravel);
+    b.runAlone(minTravel);
+}
+
+// The thinning of copyMovingPoints for one stroke, in the steps that thinPair can share
+// with another stroke's: the first point, the run up to the split, then (at a far point)
+// the far point and the run after it, and the last point.
+class Thinning
+{
+public:
+    Thinning(const QVector<QPointF> &points, QVector<QPointF> &out, double minTravel)
+        : m_out(out)
+        , m_n(points.size())
+    {
+        const QPointF *p = points.constData();
+        m_farAt = thinningSplit(p, m_n, minTravel);
+        out.resize(m_n);
+        QPointF *kept = out.data();
+        if (m_n > 0)
+            *kept++ = p[0];
+        m_job = ThinJob { p, 1, m_farAt, kept, 0.0 };
+    }
+
+    ThinJob &job() { return m_job; }
+
+    // After the first run: true when a far point splits the stroke, and then sets up the
+    // run after it.
+    bool startSecondRun()
+    {
+        if (m_farAt >= m_n - 1)
+            return false;
+        *m_job.kept++ = m_job.p[m_farAt];
+        m_job = ThinJob { m_job.p, m_farAt + 1, m_n - 1, m_job.kept, 0.0 };
+        return true;
+    }
+
+    void finish()
+    {
+        if (m_n > 1)
+            *m_job.kept++ = m_job.p[m_n - 1];
+        m_out.resize(int(m_job.kept - m_out.constData()));
+    }
+
+private:
+    QVector<QPointF> &m_out;
+    int m_n;
+    int m_farAt;
+    ThinJob m_job;
+};
+
+void copyMovingPointsOfTwo(const QVector<QPointF> &a, const QVector<QPointF> &b,
+    QVector<QPointF> &outA, QVector<QPointF> &outB, double minTravel)
+{
+    Thinning first(a, outA, minTravel);
+    Thinning second(b, outB, minTravel);
+    thinPair(first.job(), second.job(), minTravel);
+    const bool firstGoesOn = first.startSecondRun();
+    const bool secondGoesOn = second.startSecondRun();
+    if (firstGoesOn && secondGoesOn)
+        thinPair(first.job(), second.job(), minTravel);
+    else if (firstGoesOn)
+        first.job().runAlone(minTravel);
+    else if (secondGoesOn)
+        second.job().runAlone(minTravel);
+    first.finish();
+    second.finish();
+}
+
+} // namespace
+
+void copyMovingPoints(const QVector<QPointF> &points, QVector<QPointF> &out, double minTravel)
+{
+    TRACE_FUNCTION("strokeutil", "copyMovingPoints");
+    out.clear();
     // The travel since the last kept point is the loop's only carried value; the far
     // point is kept by splitting the loop around it, so that the carried step is an add,
     // a compare and a mask, all on doubles.
-    double travel = 0.0;
-    const int farAt = farIndex >= 1 ? farIndex : n - 1;
-    kept = thinRun(p, 1, farAt, minTravel, kept, travel);
-    if (farAt < n - 1) {
-        *kept++ = p[farAt];
-        travel = 0.0;
-        kept = thinRun(p, farAt + 1, n - 1, minTravel, kept, travel);
-    }
-    if (n > 1)
-        *kept++ = p[n - 1];
-    out.resize(int(kept - out.constData()));
+    Thinning thinning(points, out, minTravel);
+    thinning.job().runAlone(minTravel);
+    if (thinning.startSecondRun())
+        thinning.job().runAlone(minTravel);
+    thinning.finish();
     TRACE_EXIT();
 }
 
