@@ -287,6 +287,13 @@ TEST(ClassifyScribble, WholeScribblesTracedAndNot)
         { "two parallel lines",
             { ink({ o, o + QPointF(120, 0) }), ink({ o + QPointF(0, 40), o + QPointF(120, 40) }) },
             0, 2 },
+        // Strokes are smoothed two at a time; closed ones are thinned around a far point.
+        { "two closed loops", { drawClosed(regular(4, 60)), drawClosed(regular(6, 30), 0.4, 9) },
+            0, 2 },
+        { "a loop and a line", { drawClosed(regular(5, 50)), ink({ o, o + QPointF(200, 30) }) },
+            0, 2 },
+        { "a line and a loop", { ink({ o, o + QPointF(200, 30) }), drawClosed(regular(5, 50)) },
+            0, 2 },
     };
     const Strokes marker { { QPointF(42, 42) } };
     for (const auto &c : cases) {
