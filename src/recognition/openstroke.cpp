@@ -47,13 +47,18 @@ bool allFinite(const QVector<QPointF> &points)
     return special == 0;
 }
 
-// Arc length from the first point to each point.
-QVector<double> cumulativeLengths(const QVector<QPointF> &points)
+// Arc lengths of a stroke, kept on the stack for strokes of usual length.
+using ArcLengths = QVarLengthArray<double, 256>;
+
+// Arc length from the first point to each point, into cum.
+void cumulativeLengths(const QVector<QPointF> &points, ArcLengths &cum)
 {
     const int n = points.size();
-    QVector<double> cum(n, 0.0);
+    cum.resize(n);
     const QPointF *p = points.constData();
     double *out = cum.data();
+    if (n > 0)
+        out[0] = 0.0;
     int i = 1;
 #if defined(__SSE2__)
     for (; i + 1 < n; i += 2) {
@@ -64,7 +69,6 @@ QVector<double> cumulativeLengths(const QVector<QPointF> &points)
 #endif
     for (; i < n; ++i)
         out[i] = out[i - 1] + Util::detail::distance(p[i - 1], p[i]);
-    return cum;
 }
 
 // Inclusive overlap: segment boxes of horizontal or vertical segments have no width or
@@ -131,10 +135,11 @@ struct Crossing
 // The crossings of base's segments with other's, in base's order and then other's. When
 // there are any, *baseLength and *otherLength receive the strokes' lengths, added up as
 // calcStrokeLength adds them (the last arc lengths).
-QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPointF> &other,
-    double *baseLength, double *otherLength)
+using Crossings = QVarLengthArray<Crossing, 32>;
+
+void findCrossings(const QVector<QPointF> &base, const QVector<QPointF> &other,
+    double *baseLength, double *otherLength, Crossings &crossings)
 {
-    QVector<Crossing> crossings;
     const QRectF baseBounds = boundsOf(base);
     const QRectF otherBounds = boundsOf(other);
     // The segment boxes are made where they are needed; with tracing on, the lines show
@@ -146,7 +151,7 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
     }
     // Strokes whose bounds are apart cannot cross.
     if (!boxesOverlap(baseBounds, otherBounds))
-        return crossings;
+        return;
 
     // Only segments that reach into the other stroke's bounds can cross it. Their boxes'
     // edges are kept as boxesOverlap reads them (right and bottom added up once).
@@ -162,7 +167,7 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
             candidates.append({ j, box.left(), box.right(), box.top(), box.bottom() });
     }
     // Arc lengths are needed only once a crossing is found.
-    QVector<double> baseCum, otherCum;
+    ArcLengths baseCum, otherCum;
     for (int i = 0; i + 1 < base.size(); ++i) {
         const QRectF box = Util::detail::segmentBox(base[i], base[i + 1]);
         if (!boxesOverlap(box, otherBounds))
@@ -178,8 +183,8 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
             if (!Util::intersectLineSegments(base[i], base[i + 1], other[j], other[j + 1], &x))
                 continue;
             if (baseCum.isEmpty()) {
-                baseCum = cumulativeLengths(base);
-                otherCum = cumulativeLengths(other);
+                cumulativeLengths(base, baseCum);
+                cumulativeLengths(other, otherCum);
             }
             crossings.append({ x, i, j, baseCum[i] + Util::getDistance(base[i], x),
                 otherCum[j] + Util::getDistance(other[j], x) });
@@ -189,7 +194,6 @@ QVector<Crossing> findCrossings(const QVector<QPointF> &base, const QVector<QPoi
         *baseLength = baseCum.last();
         *otherLength = otherCum.last();
     }
-    return crossings;
 }
 
 // Points written one after another into memory the caller sized, each one unless it
@@ -381,7 +385,8 @@ int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other, Stro
         return TRACE_RETURN(0);
     double baseArc = 0.0;
     double otherArc = 0.0;
-    const QVector<Crossing> crossings = findCrossings(base, other, &baseArc, &otherArc);
+    Crossings crossings;
+    findCrossings(base, other, &baseArc, &otherArc, crossings);
     if (crossings.isEmpty())
         return TRACE_RETURN(0);
 
