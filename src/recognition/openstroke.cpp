@@ -240,6 +240,14 @@ private:
     QPointF *m_end;
 };
 
+// Makes stroke the points of run (written apart from it), in the stroke's own memory
+// when that is large enough and not shared.
+void replacePoints(QVector<QPointF> &stroke, const PointRun &run)
+{
+    stroke.resize(run.size());
+    std::copy(run.begin(), run.end(), stroke.begin());
+}
+
 // The part of a stroke between two crossings on it (null: the stroke's own end), in
 // drawing order, written to a run of its own (at most points.size() + 2 points).
 void cutStroke(const QVector<QPointF> &points, const QPointF *fromPoint, int fromSegment,
@@ -450,7 +458,7 @@ int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other, Stro
 
     // The two parts, each as cut, joined where the second's first points equal the
     // first's last.
-    QVector<QPointF> joined(baseKept.size() + otherKept.size());
+    QVarLengthArray<QPointF, 512> joined(baseKept.size() + otherKept.size());
     PointRun run(joined.data());
     const auto addOther = [&] {
         if (fromEnd == eAtEnd)
@@ -465,10 +473,9 @@ int intersectConnect(QVector<QPointF> &base, const QVector<QPointF> &other, Stro
         addOther();
         run.add(baseKept.begin(), baseKept.end());
     }
-    joined.resize(run.size());
-    if (joined.size() < 2)
+    if (run.size() < 2)
         return TRACE_RETURN(1);
-    base = joined;
+    replacePoints(base, run);
     return TRACE_RETURN(2);
 }
 
@@ -502,7 +509,7 @@ bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other, StrokeFa
 
     // The first stroke as it stands, then the second without the points that equal the
     // point before them.
-    QVector<QPointF> joined(base.size() + other.size());
+    QVarLengthArray<QPointF, 512> joined(base.size() + other.size());
     PointRun run(joined.data());
     const QPointF *b = base.constData();
     const QPointF *o = other.constData();
@@ -519,8 +526,7 @@ bool nearConnect(QVector<QPointF> &base, const QVector<QPointF> &other, StrokeFa
             run.copy(o, o + other.size());
         run.add(b, b + base.size());
     }
-    joined.resize(run.size());
-    base = joined;
+    replacePoints(base, run);
     return TRACE_RETURN(true);
 }
 
