@@ -31,8 +31,13 @@ struct SmoothScratch
     std::vector<int> ends;
     std::vector<int> open, opened;
 
-    /// Space grown past 65536 points is given back when the loan ends.
-    bool isLarge() const { return distances.capacity() > (1 << 16); }
+    /// Space grown past 65536 points is given back when the loan ends (the thinned lists
+    /// hold as many points as the strokes given, which may thin to far fewer).
+    bool isLarge() const
+    {
+        return distances.capacity() > (1 << 16) || thinned.capacity() > (1 << 16)
+            || thinnedOther.capacity() > (1 << 16);
+    }
 };
 
 // Whether a piece's indexes fit a stroke of n points with the given step lengths.

@@ -7,6 +7,9 @@
  * re-entrant function of the namespace CFigureRecogniser; no result is cached between
  * calls (a thread keeps only the memory of its working lists, up to 65,536 points, for
  * its next call) and the caller's strokes are never changed (all work happens on copies).
+ * The joining of two strokes keeps their segment boxes and the joined stroke on the
+ * thread's stack while they are of usual length (a frame of about 20 KB); longer ones go
+ * to the heap.
  *
  * Coordinates are doubles, y growing downwards. A closed polygon is a point list whose
  * first point is repeated at its end (n corners, n + 1 points). Rejection anywhere is
