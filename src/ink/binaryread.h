@@ -67,6 +67,7 @@
 #include <QPoint>
 #include <QtEndian>
 
+#include <cstddef>
 #include <istream>
 #include <ostream>
 #include <streambuf>
@@ -110,6 +111,21 @@ UTILITY_EXPORT void binaryRead(std::istream &in, QColor &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, std::string &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QString &value);
 UTILITY_EXPORT void binaryRead(std::istream &in, QDateTime &value);
+/// Reads a run of count points into values[0] to values[count - 1]: the same values
+/// and the same stream state as count calls of binaryRead(in, QPoint &) in turn, and at
+/// the trace level exactly their trace lines, but decoded a block of points at a time.
+/// A call per point costs about twice the copy of the bytes, mostly in the checks it
+/// must repeat for every point; this reader makes them once per block, reading each
+/// block as one istream::read (or straight from the stream's buffer when it holds the
+/// block). Once the stream has run dry the remaining points are (0, 0), as the reads
+/// of single points would leave them. A tied stream may be flushed once per block
+/// rather than once per point. Should a read throw (exceptions() set on the stream),
+/// the exception passes through; the points of the block being read are then left as
+/// they were.
+/// \param in binary stream to read from; its state is left as the reads leave it
+/// \param[out] values receives the points read; room for count points
+/// \param count how many points to read; nothing is read when it is 0 or less
+UTILITY_EXPORT void binaryRead(std::istream &in, QPoint *values, std::ptrdiff_t count);
 /** @} */
 
 /// \name Writing

@@ -23,37 +23,19 @@ constexpr int kPointBytes = 8;
 // Points decoded or encoded per pass of the bulk stream paths.
 constexpr int kChunkPoints = 4096;
 
-// Same result as binaryRead of each point in turn, decoded a chunk at a time. The
-// vector grows with the data that actually arrives; what the stream cannot supply is
-// zero, as a point-by-point read would leave it, and the stroke ends with count
-// points either way.
+// Same result as binaryRead of each point in turn, read a chunk at a time with the run
+// reader. The vector grows with the data that actually arrives; what the stream cannot
+// supply is zero, as a point-by-point read would leave it, and the stroke ends with
+// count points either way.
 void readPointsBulk(std::istream &in, QVector<QPoint> &points, int count)
 {
     points.reserve(count);
-    uchar buffer[kChunkPoints * kPointBytes];
-    int done = 0;
-    while (done < count) {
+    for (int done = 0; done < count;) {
         const int chunk = std::min(kChunkPoints, count - done);
-        const std::streamsize want = static_cast<std::streamsize>(chunk) * kPointBytes;
-        // Decode straight from the stream's buffer when it holds the whole chunk.
-        const uchar *src = reinterpret_cast<const uchar *>(directRead(in, want));
-        std::streamsize got = want;
-        if (!src) {
-            got = readBytes(in, reinterpret_cast<char *>(buffer), want);
-            if (got <= 0)
-                break;
-            std::fill(buffer + got, buffer + want, uchar(0));
-            src = buffer;
-        }
-        const int pointsGot = static_cast<int>((got + kPointBytes - 1) / kPointBytes);
-        points.resize(done + pointsGot);
-        QPoint *pts = points.data() + done;
-        for (int i = 0; i < pointsGot; ++i) {
-            const uchar *rec = src + i * kPointBytes;
-            pts[i] = QPoint(qFromLittleEndian<qint32>(rec), qFromLittleEndian<qint32>(rec + 4));
-        }
-        done += pointsGot;
-        if (got < want)
+        points.resize(done + chunk);
+        binaryRead(in, points.data() + done, chunk);
+        done += chunk;
+        if (!in.good())
             break;
     }
     points.resize(count);

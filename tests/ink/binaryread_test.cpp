@@ -10,6 +10,7 @@
 #include <fstream>
 #include <functional>
 #include <tuple>
+#include <vector>
 
 using namespace inktest;
 
@@ -107,20 +108,25 @@ TEST(BinaryWrite, RecordsWhatTheFormatCannotCarry)
     EXPECT_EQ(written(QStringLiteral("a\u0416b")), bytes({ 3, 0, 0, 0, 'a', '?', 'b' }));
 }
 
-// The exit line of each reader shows the value read. While tracing, a stroke is read
-// point by point, so that every point shows.
+// The exit line of each reader shows the value read. While tracing, a stroke and a run
+// of points are read point by point, so that every point shows.
 TEST(BinaryRead, ExitTraceLineShowsTheValue)
 {
     const std::string data = written(1, QPoint(1, -2));
+    std::istringstream run(written(QPoint(5, 6), QPoint(7, 8)));
     TraceCapture capture;
     CStroke stroke;
     readInto(stroke, data);
     readAs<QDateTime>(cStamp);
+    QPoint two[2];
+    binaryRead(run, two, 2);
     const QString enter = QStringLiteral("binaryread Enter binaryRead");
     EXPECT_EQ(capture.lines,
         QStringList({ "stroke Enter readFrom", enter, "binaryread Exit binaryRead(1 )", enter,
             "binaryread Exit binaryRead(QPoint(1,-2) )", "stroke Exit readFrom", enter,
-            "binaryread Exit binaryRead(15-07-2009 13:45:30.250 )" }));
+            "binaryread Exit binaryRead(15-07-2009 13:45:30.250 )", enter,
+            "binaryread Exit binaryRead(QPoint(5,6) )", enter,
+            "binaryread Exit binaryRead(QPoint(7,8) )" }));
 }
 
 // Points have an inline reader that takes the bytes straight from the stream's buffer.
@@ -178,4 +184,68 @@ TEST(BinaryRead, PointReaderBehavesAsIstreamReadInEveryStreamState)
     EXPECT_EQ(got[2], QPoint(0, 0));
     EXPECT_EQ(first.tellg(), 8);
     EXPECT_EQ(second.tellg(), 8);
+}
+
+// A buffer that hands out at most three bytes per refill, so that records straddle
+// refills and no block of the run reader is ever wholly buffered.
+class Trickle : public std::streambuf
+{
+public:
+    explicit Trickle(std::string data) : m_data(std::move(data)) {}
+
+protected:
+    int_type underflow() override
+    {
+        if (m_at >= m_data.size())
+            return traits_type::eof();
+        char *start = &m_data[m_at];
+        m_at = std::min(m_data.size(), m_at + 3);
+        setg(start, start, &m_data[0] + m_at);
+        return traits_type::to_int_type(*start);
+    }
+
+private:
+    std::string m_data;
+    std::size_t m_at = 0;
+};
+
+// The run reader gives the values and the stream state of reading its points one by
+// one: in every stream state, across refills, across its blocks, and when the data runs
+// out in the middle of a record.
+TEST(BinaryRead, RunOfPointsReadsAsPointByPoint)
+{
+    std::string many;
+    for (int i = 0; i < 9000; ++i)
+        many += written(QPoint(i, -3 * i));
+    using State = std::ios_base;
+    const std::tuple<const char *, std::string, State::iostate, bool, int> cases[] = {
+        { "buffered", many, State::goodbit, false, 9000 },
+        { "ends inside a record of the second block", many.substr(0, 8 * 5000 + 5),
+            State::goodbit, false, 9000 },
+        { "trickling in", many.substr(0, 8 * 10 + 3), State::goodbit, true, 12 },
+        { "fewer asked than there are", many, State::goodbit, true, 7 },
+        { "failbit set", many, State::failbit, false, 3 },
+        { "eofbit set", many, State::eofbit, false, 3 },
+        { "nothing asked", many, State::goodbit, false, 0 },
+        { "negative count", many, State::goodbit, false, -4 },
+    };
+    for (const auto &[name, data, before, trickle, count] : cases) {
+        SCOPED_TRACE(name);
+        std::vector<QPoint> single(9001, QPoint(9, 9)), run(single);
+        Trickle trickleOne(data), trickleRun(data);
+        std::istringstream fullOne(data), fullRun(data);
+        std::istream one(trickle ? static_cast<std::streambuf *>(&trickleOne) : fullOne.rdbuf());
+        std::istream all(trickle ? static_cast<std::streambuf *>(&trickleRun) : fullRun.rdbuf());
+        one.setstate(before);
+        all.setstate(before);
+        for (int i = 0; i < count; ++i)
+            binaryRead(one, single[static_cast<std::size_t>(i)]);
+        binaryRead(all, run.data(), count);
+        EXPECT_EQ(run, single);
+        EXPECT_EQ(all.rdstate(), one.rdstate());
+        one.clear();
+        all.clear();
+        EXPECT_EQ(all.rdbuf()->pubseekoff(0, State::cur, State::in),
+            one.rdbuf()->pubseekoff(0, State::cur, State::in));
+    }
 }
