@@ -186,27 +186,22 @@ TEST(BinaryRead, PointReaderBehavesAsIstreamReadInEveryStreamState)
     EXPECT_EQ(second.tellg(), 8);
 }
 
-// A buffer that hands out at most three bytes per refill, so that records straddle
-// refills and no block of the run reader is ever wholly buffered.
-class Trickle : public std::streambuf
+// Hands out at most three bytes per refill, so that records straddle refills and no
+// block of the run reader is ever wholly buffered.
+struct Trickle : std::streambuf
 {
-public:
-    explicit Trickle(std::string data) : m_data(std::move(data)) {}
-
-protected:
+    std::string data;
+    std::size_t at = 0;
+    explicit Trickle(std::string bytes) : data(std::move(bytes)) {}
     int_type underflow() override
     {
-        if (m_at >= m_data.size())
+        if (at >= data.size())
             return traits_type::eof();
-        char *start = &m_data[m_at];
-        m_at = std::min(m_data.size(), m_at + 3);
-        setg(start, start, &m_data[0] + m_at);
+        char *start = &data[at];
+        at = std::min(data.size(), at + 3);
+        setg(start, start, &data[0] + at);
         return traits_type::to_int_type(*start);
     }
-
-private:
-    std::string m_data;
-    std::size_t m_at = 0;
 };
 
 // The run reader gives the values and the stream state of reading its points one by
