@@ -117,7 +117,7 @@ UTILITY_EXPORT void binaryRead(std::istream &in, QDateTime &value);
 /// A call per point costs about twice the copy of the bytes, mostly in the checks it
 /// must repeat for every point; this reader makes them once per block, reading each
 /// block as one istream::read (or straight from the stream's buffer when it holds the
-/// block). Once the stream has run dry the remaining points are (0, 0), as the reads
+/// block) through a 32 KB buffer on the stack. Once the stream has run dry the remaining points are (0, 0), as the reads
 /// of single points would leave them. A tied stream may be flushed once per block
 /// rather than once per point. Should a read throw (exceptions() set on the stream),
 /// the exception passes through; the points of the block being read are then left as
