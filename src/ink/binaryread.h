@@ -114,11 +114,13 @@ UTILITY_EXPORT void binaryRead(std::istream &in, QDateTime &value);
 /// Reads a run of count points into values[0] to values[count - 1]: the same values
 /// and the same stream state as count calls of binaryRead(in, QPoint &) in turn, and at
 /// the trace level exactly their trace lines, but decoded a block of points at a time.
-/// A call per point costs about twice the copy of the bytes, mostly in the checks it
-/// must repeat for every point; this reader makes them once per block, reading each
-/// block as one istream::read (or straight from the stream's buffer when it holds the
-/// block) through a 32 KB buffer on the stack. Once the stream has run dry the remaining points are (0, 0), as the reads
-/// of single points would leave them. A tied stream may be flushed once per block
+/// A call per point costs about twice the copy of the bytes: each call must find the
+/// stream's buffer through the stream and move it on before the next call can read,
+/// and check the stream's state on the way. This reader does that once per block,
+/// reading each block as one istream::read (or straight from the stream's buffer when
+/// it holds the block) through a 32 KB buffer on the stack, at about the cost of the
+/// copy. Once the stream has run dry the remaining points are (0, 0), as the reads of
+/// single points would leave them. A tied stream may be flushed once per block
 /// rather than once per point. Should a read throw (exceptions() set on the stream),
 /// the exception passes through; the points of the block being read are then left as
 /// they were.
